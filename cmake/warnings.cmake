@@ -1,0 +1,15 @@
+# SPDX-License-Identifier: MIT
+# The strict warning set that every source of the project compiles with, and the sanitizers of a build.
+add_library(boarddiag_warnings INTERFACE)
+target_compile_options(boarddiag_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wcast-qual -Wcast-align
+  -Wundef -Wvla -Wdouble-promotion -Wnull-dereference
+  # Message and command templates that differ between near-identical functions are data.
+  -Wformat=2 -Wno-format-nonliteral
+  $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual>
+  $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes -Wmissing-prototypes>)
+
+if(BOARDDIAG_SANITIZE)
+  add_compile_options(-fsanitize=${BOARDDIAG_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${BOARDDIAG_SANITIZE})
+endif()

@@ -1,0 +1,163 @@
+/* SPDX-License-Identifier: MIT */
+#include <atomic>
+#include <bit>
+#include <cstdarg>
+#include <cstdio>
+#include <syslog.h>
+
+#include <boarddiag/core.h>
+
+#include "core/report.h"
+
+static_assert(std::endian::native == std::endian::little,
+              "boarddiag decodes records and registers on little-endian hosts only");
+
+namespace {
+
+constexpr int error_level = -1;
+constexpr size_t message_size = 1024;
+
+// The settings are independent words: no order between them is promised, so relaxed accesses do.
+std::atomic<int> user_verb_level{0};
+std::atomic<int> log_level{0};
+std::atomic<int> test_level{0};
+std::atomic<int> debug_enable{0};
+std::atomic<bool> config_debug{false};
+
+bool is_taken(int level)
+{
+    return level == error_level || level <= user_verb_level.load(std::memory_order_relaxed) ||
+           level <= log_level.load(std::memory_order_relaxed);
+}
+
+void emit(int level, const char *format, va_list args)
+{
+    char buff[message_size];
+
+    if (vsnprintf(buff, sizeof buff, format, args) < 0) {
+        buff[0] = '\0';
+    }
+    if (level == error_level) {
+        printf("ERROR: %s", buff);
+        syslog(LOG_ERR, "ERROR: %s", buff);
+        return;
+    }
+    if (level <= user_verb_level.load(std::memory_order_relaxed)) {
+        printf("%s", buff);
+    }
+    if (level <= log_level.load(std::memory_order_relaxed)) {
+        syslog(LOG_INFO, "%s", buff);
+    }
+}
+
+} // namespace
+
+void boarddiag::report(int level, const char *function, int line, const char *format, ...)
+{
+    if (!is_taken(level)) {
+        return;
+    }
+    va_list args;
+    va_start(args, format);
+    flockfile(stdout);
+    diag_print(level, "%s[%d]: ", function, line);
+    emit(level, format, args);
+    funlockfile(stdout);
+    va_end(args);
+}
+
+void diag_print(int level, const char *format, ...)
+{
+    if (!is_taken(level)) {
+        return;
+    }
+    va_list args;
+    va_start(args, format);
+    emit(level, format, args);
+    va_end(args);
+}
+
+int get_verb_level(void)
+{
+    return user_verb_level.load(std::memory_order_relaxed);
+}
+
+void set_verb_level(int level)
+{
+    user_verb_level.store(level, std::memory_order_relaxed);
+}
+
+void set_log_level(int level)
+{
+    log_level.store(level, std::memory_order_relaxed);
+}
+
+int get_test_level(void)
+{
+    return test_level.load(std::memory_order_relaxed);
+}
+
+void set_test_level(int level)
+{
+    test_level.store(level, std::memory_order_relaxed);
+}
+
+int get_debug_enable(void)
+{
+    return debug_enable.load(std::memory_order_relaxed);
+}
+
+void set_debug_enable(int value)
+{
+    debug_enable.store(value, std::memory_order_relaxed);
+}
+
+int get_config_debug_enable(void)
+{
+    return config_debug.load(std::memory_order_relaxed) ? 1 : 0;
+}
+
+void set_config_debug_enable(bool value)
+{
+    config_debug.store(value, std::memory_order_relaxed);
+}
+
+int is_eda_enabled(void)
+{
+    return 0;
+}
+
+int is_eda_ext_tests(void)
+{
+    return 0;
+}
+
+int is_eda_verbose(void)
+{
+    return 0;
+}
+
+int is_eda_stop_on_error(void)
+{
+    return 0;
+}
+
+int get_test_control(void)
+{
+    return 0;
+}
+
+int is_host_be(void)
+{
+    return 0;
+}
+
+void diag_syslog_init(const char *ident)
+{
+    openlog(ident, LOG_NDELAY, LOG_LOCAL1);
+}
+
+void diag_syslog_close(void)
+{
+    closelog();
+}

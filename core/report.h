@@ -1,0 +1,29 @@
+/* SPDX-License-Identifier: MIT */
+// The error report that every folder of the library shares.
+#ifndef BOARDDIAG_CORE_REPORT_H
+#define BOARDDIAG_CORE_REPORT_H
+
+#include <boarddiag/core.h>
+
+/// Reports an error in two lines of level -1: `function` with the line of this report, then the message.
+/// `function` names the public function that the program called: __func__, or what a shared helper was told.
+#define REPORT_ERROR(function, ...) ::boarddiag::report(-1, (function), __LINE__, __VA_ARGS__)
+
+/// The same two-line form at another level, for traces; filtered like any message of that level.
+#define REPORT_TRACE(function, level, ...) ::boarddiag::report((level), (function), __LINE__, __VA_ARGS__)
+
+namespace boarddiag {
+
+/// The argument of the messages that tell of a failed tool run.
+inline constexpr const char tool_failed_mark[] = "FAILED <<<---";
+
+/// Status of a call that failed without a code of its own: all bits set.
+inline constexpr uint32_t status_minus_one = UINT32_MAX;
+
+/// Emits the prefix and the message; the two stay together on the console when threads report at once.
+/// Use the macros above.
+void report(int level, const char *function, int line, const char *format, ...) BOARDDIAG_PRINTF(4, 5);
+
+} // namespace boarddiag
+
+#endif

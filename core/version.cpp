@@ -1,0 +1,7 @@
+/* SPDX-License-Identifier: MIT */
+#include <boarddiag/version.h>
+
+const char *boarddiag_version(void)
+{
+    return BOARDDIAG_VERSION;
+}

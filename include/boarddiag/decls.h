@@ -1,0 +1,32 @@
+/* SPDX-License-Identifier: MIT */
+/**
+ * @file
+ * What encloses the declarations of every public header: C linkage, and visibility in a shared build.
+ */
+#ifndef BOARDDIAG_DECLS_H
+#define BOARDDIAG_DECLS_H
+
+#if defined(__GNUC__)
+#define BOARDDIAG_VISIBILITY_PUSH _Pragma("GCC visibility push(default)")
+#define BOARDDIAG_VISIBILITY_POP _Pragma("GCC visibility pop")
+/** Lets the compiler check the arguments of a printf-style function. */
+#define BOARDDIAG_PRINTF(format_index, first_arg) __attribute__((format(printf, format_index, first_arg)))
+#else
+#define BOARDDIAG_VISIBILITY_PUSH
+#define BOARDDIAG_VISIBILITY_POP
+#define BOARDDIAG_PRINTF(format_index, first_arg)
+#endif
+
+#ifdef __cplusplus
+#define BOARDDIAG_BEGIN_DECLS                                                                                \
+    BOARDDIAG_VISIBILITY_PUSH extern "C"                                                                     \
+    {
+#define BOARDDIAG_END_DECLS                                                                                  \
+    }                                                                                                        \
+    BOARDDIAG_VISIBILITY_POP
+#else
+#define BOARDDIAG_BEGIN_DECLS BOARDDIAG_VISIBILITY_PUSH
+#define BOARDDIAG_END_DECLS BOARDDIAG_VISIBILITY_POP
+#endif
+
+#endif

@@ -1,0 +1,98 @@
+/* SPDX-License-Identifier: MIT */
+#include "support/capture.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <mutex>
+#include <regex>
+#include <sys/mman.h>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace {
+
+std::mutex log_mutex;
+diagtest::captured current;
+
+std::string without_lines(const std::string &text)
+{
+    static const std::regex line_number("(\\w)\\[[0-9]+\\]: ");
+    return std::regex_replace(text, line_number, "$1[#]: ");
+}
+
+std::string contents(int fd)
+{
+    std::string text(static_cast<size_t>(lseek(fd, 0, SEEK_END)), '\0');
+    if (pread(fd, text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) {
+        perror("reading the captured output");
+        abort();
+    }
+    return text;
+}
+
+} // namespace
+
+extern "C" {
+
+void openlog(const char *ident, int option, int facility)
+{
+    const std::lock_guard lock(log_mutex);
+    current.opened.push_back({ident, option, facility});
+}
+
+void syslog(int priority, const char *format, ...)
+{
+    char text[4096];
+    va_list args;
+    va_start(args, format);
+    vsnprintf(text, sizeof text, format, args);
+    va_end(args);
+    const std::lock_guard lock(log_mutex);
+    current.log.push_back({priority, text});
+}
+
+void closelog(void)
+{
+    const std::lock_guard lock(log_mutex);
+    current.closed++;
+}
+
+} // extern "C"
+
+namespace diagtest {
+
+captured capture(const std::function<void()> &body)
+{
+    fflush(stdout);
+    const int saved = dup(STDOUT_FILENO);
+    const int file = memfd_create("console", MFD_CLOEXEC);
+    dup2(file, STDOUT_FILENO);
+    {
+        const std::lock_guard lock(log_mutex);
+        current = {};
+    }
+    body();
+    fflush(stdout);
+    dup2(saved, STDOUT_FILENO);
+    close(saved);
+    const std::lock_guard lock(log_mutex);
+    captured result = current;
+    result.console = without_lines(contents(file));
+    close(file);
+    for (log_entry &entry : result.log) {
+        entry.text = without_lines(entry.text);
+    }
+    return result;
+}
+
+std::string console_of(const std::function<void()> &body)
+{
+    return capture(body).console;
+}
+
+std::string error_line(const std::string &function, const std::string &message)
+{
+    return "ERROR: " + function + "[#]: ERROR: " + message;
+}
+
+} // namespace diagtest
