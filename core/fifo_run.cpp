@@ -1,0 +1,134 @@
+/* SPDX-License-Identifier: MIT */
+#include "core/fifo_run.h"
+
+#include <cerrno>
+#include <ctime>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "core/report.h"
+#include "core/run.h"
+
+namespace {
+
+using boarddiag::fifo_call;
+
+constexpr mode_t fifo_mode = 0666;
+
+// The tool has ended when its answer is read, so what has not come by now hardly ever comes.
+constexpr int64_t answer_limit_ms = 1000;
+
+bool make_fifo(const char *pipe)
+{
+    if (mkfifo(pipe, fifo_mode) == 0) {
+        return true;
+    }
+    unlink(pipe);
+    return mkfifo(pipe, fifo_mode) == 0;
+}
+
+// Both ends at once: the open waits for no writer, and the tool finds a reader.
+int open_fifo(const char *pipe)
+{
+    const int fd = open(pipe, O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+    struct stat found;
+
+    if (fd >= 0 && (fstat(fd, &found) != 0 || !S_ISFIFO(found.st_mode))) {
+        close(fd); // somebody put something else in the FIFO's place
+        return -1;
+    }
+    return fd;
+}
+
+int64_t now_ms()
+{
+    struct timespec now;
+
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
+
+// 1 when bytes are there, 0 when none came in time, -1 on failure.
+int wait_for_bytes(int fd)
+{
+    const int64_t deadline = now_ms() + answer_limit_ms;
+    struct pollfd wanted = {fd, POLLIN, 0};
+    int ready = 0;
+
+    do {
+        const int64_t left = deadline - now_ms();
+        ready = poll(&wanted, 1, left > 0 ? static_cast<int>(left) : 0);
+    } while (ready < 0 && errno == EINTR);
+    return ready;
+}
+
+ssize_t read_now(const fifo_call *call)
+{
+    ssize_t got = 0;
+
+    do {
+        got = read(call->fd, call->data, static_cast<size_t>(call->length));
+    } while (got < 0 && errno == EINTR);
+    return got;
+}
+
+int read_answer(const fifo_call *call)
+{
+    if (call->length <= 0 || call->length > INT32_MAX) {
+        return 0;
+    }
+    ssize_t got = read_now(call);
+    if (got < 0 && errno == EAGAIN) {
+        const int ready = wait_for_bytes(call->fd);
+        if (ready == 0) {
+            diag_print(0, "The tool wrote nothing into %s\n", call->pipe);
+        }
+        got = ready > 0 ? read_now(call) : ready;
+    }
+    return static_cast<int>(got);
+}
+
+uint32_t run(const fifo_call *call, const boarddiag::command_line *command)
+{
+    const boarddiag::fifo_frame *frame = call->frame;
+
+    if (frame->command_traced != nullptr) {
+        diag_print(1, frame->command_traced, command->text);
+    }
+    const int status = boarddiag::run_command(command->text);
+    if (status != 0) {
+        if (frame->run_failed != nullptr) {
+            REPORT_ERROR(call->function, frame->run_failed, boarddiag::tool_failed_mark);
+        }
+        return frame->failed_status != 0 ? frame->failed_status : static_cast<uint32_t>(status);
+    }
+    diag_print(frame->count_level, frame->count_traced, read_answer(call));
+    return 0;
+}
+
+} // namespace
+
+uint32_t boarddiag::fifo_run_begin(fifo_call *call)
+{
+    if (!make_fifo(call->pipe)) {
+        REPORT_ERROR(call->function, call->frame->create_failed, call->pipe);
+        return DIAG_ERR_FAILED;
+    }
+    call->fd = open_fifo(call->pipe);
+    if (call->fd < 0) {
+        REPORT_ERROR(call->function, call->frame->open_failed, call->pipe, call->pipe[0]);
+        return DIAG_ERR_FAILED;
+    }
+    return 0;
+}
+
+uint32_t boarddiag::fifo_run_end(const fifo_call *call, uint32_t status, const command_line *command)
+{
+    const uint32_t result = status != 0 ? status : run(call, command);
+
+    close(call->fd);
+    unlink(call->pipe);
+    return result;
+}
