@@ -10,6 +10,7 @@
 #ifndef BOARDDIAG_H
 #define BOARDDIAG_H
 
+#include <boarddiag/access.h>
 #include <boarddiag/core.h>
 #include <boarddiag/version.h>
 

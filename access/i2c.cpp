@@ -1,0 +1,134 @@
+/* SPDX-License-Identifier: MIT */
+#include <boarddiag/access.h>
+
+#include "access/tool.h"
+#include "core/report.h"
+
+const struct reg_info reg8_data8 = {REG8, DATA8, 0};
+const struct reg_info reg16_data8 = {REG16, DATA8, 0};
+const struct reg_info reg16_data8_le = {REG16, DATA8, 1};
+const struct reg_info regblk_datablk = {REGBLK, DATABLK, 0};
+const struct reg_info reg8_data16 = {REG8, DATA16, 0};
+
+namespace {
+
+using boarddiag::command_line;
+
+constexpr boarddiag::fifo_frame i2c_frame = {
+    .create_failed = "Error Creating I2C pipe %s\n",
+    .open_failed = "Could Not open End of i2c Pipe (%s) [%c]\n",
+    .command_traced = "i2ctool_get: %s\n",
+    .run_failed = "%s\nError Reading from I2C\n",
+    .failed_status = 0,
+    .count_level = boarddiag::bytes_read_level,
+    .count_traced = boarddiag::bytes_read_traced,
+};
+
+// How i2ctool names a register, by register mode; reads and writes give a block its register differently.
+struct register_option {
+    const char *format;
+    uint16_t mask;
+};
+
+constexpr register_option read_options[] = {
+    {"--reg=0x%02x", 0xff},
+    {"--reg16=0x%04x", 0xffff},
+    {"--regblock=0x%02x", 0xff},
+};
+
+bool check_reg_info(const char *function, const struct reg_info *reg_info)
+{
+    if (reg_info == nullptr) {
+        REPORT_ERROR(function, "Invalid reg_info pointer\n");
+        return false;
+    }
+    return true;
+}
+
+// The value of --width= for a data width, 0 after a report when there is none.
+int width_bits(const char *function, uint32_t data_width)
+{
+    switch (data_width) {
+    case DATA8:
+    case DATABLK:
+        return 8;
+    case DATA16:
+        return 16;
+    default:
+        REPORT_ERROR(function, "Invalid width size %d\n", static_cast<int>(data_width));
+        return 0;
+    }
+}
+
+bool append_register(const char *function, command_line *command, const register_option (&options)[3],
+                     uint32_t reg_mode, uint16_t reg)
+{
+    if (reg_mode > REGBLK) {
+        REPORT_ERROR(function, "Invalid Addressing mode %d\n", static_cast<int>(reg_mode));
+        return false;
+    }
+    boarddiag::command_append(command, options[reg_mode].format, reg & options[reg_mode].mask);
+    return true;
+}
+
+void append_byte_order(command_line *command, const struct reg_info *reg_info)
+{
+    if (reg_info->reg_le != 0) {
+        boarddiag::command_append(command, " --reg_le");
+    }
+}
+
+struct i2c_read {
+    const char *format; // of the command up to the register option
+    const char *bus;
+    uint8_t addr;
+    uint16_t reg;
+    const struct reg_info *reg_info;
+    int32_t count;
+};
+
+uint32_t build_read(const boarddiag::fifo_call *call, const i2c_read *read, command_line *command)
+{
+    const int width = width_bits(call->function, read->reg_info->data_width);
+
+    if (width == 0) {
+        return boarddiag::status_minus_one;
+    }
+    boarddiag::command_format(command, read->format, boarddiag::i2c_tool, read->bus, read->addr, read->count,
+                              call->pipe, width);
+    if (!append_register(call->function, command, read_options, read->reg_info->reg_mode, read->reg)) {
+        return boarddiag::status_minus_one;
+    }
+    append_byte_order(command, read->reg_info);
+    return 0;
+}
+
+uint32_t read_register(boarddiag::fifo_call *call, const i2c_read *read)
+{
+    command_line command;
+
+    if (!check_reg_info(call->function, read->reg_info)) {
+        return boarddiag::status_minus_one;
+    }
+    if (boarddiag::dry_read(static_cast<uint8_t *>(call->data))) {
+        return 0;
+    }
+    uint32_t status = boarddiag::fifo_run_begin(call);
+    if (status != 0) {
+        return status;
+    }
+    status = build_read(call, read, &command);
+    return boarddiag::fifo_run_end(call, status, &command);
+}
+
+} // namespace
+
+uint32_t i2ctool_get(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
+                     int32_t count, const char *pipe, uint8_t *data)
+{
+    boarddiag::fifo_call call = {&i2c_frame, __func__, pipe, data, count, -1};
+    const i2c_read read = {
+        "%s --read --bus=%s --addr=0x%02x --count=%d --pipe=%s --width=%d ", bus, addr, reg, reg_info, count};
+
+    return read_register(&call, &read);
+}
