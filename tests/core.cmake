@@ -1,2 +1,3 @@
 # SPDX-License-Identifier: MIT
 diag_test(log_test core/log_test.cpp)
+diag_test(run_test core/run_test.cpp)

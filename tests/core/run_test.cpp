@@ -1,0 +1,224 @@
+/* SPDX-License-Identifier: MIT */
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+#include "core/command.h"
+#include "core/run.h"
+
+using boarddiag::run_command;
+
+namespace {
+
+std::string joined(const boarddiag::plain_command &plain)
+{
+    std::string text;
+    for (size_t i = 0; plain.argv[i] != nullptr; i++) {
+        text += "[" + std::string(plain.argv[i]) + "]";
+    }
+    for (size_t fd = 1; fd <= 2; fd++) {
+        if (plain.redirect[fd] != nullptr) {
+            text += std::to_string(fd) + ">" + plain.redirect[fd];
+        }
+    }
+    return text;
+}
+
+TEST(Command, IsSplitOnlyWhenAShellWouldDoNoMore)
+{
+    struct {
+        const char *command, *split; // "": a shell's work
+    } const cases[] = {
+        {"i2ctool --read --bus=3  --addr=0x50 ", "[i2ctool][--read][--bus=3][--addr=0x50]"},
+        {"  lpctool --val=0x1,0x20", "[lpctool][--val=0x1,0x20]"},
+        {"ipmitool raw 0x6 > /dev/null", "[ipmitool][raw][0x6]1>/dev/null"},
+        {"ipmitool raw 1>/dev/null", "[ipmitool][raw]1>/dev/null"},
+        {"ipmitool raw 2>/dev/null", "[ipmitool][raw]2>/dev/null"},
+        {"a >x 2>y", "[a]1>x2>y"},
+        {"", ""},
+        {"   ", ""},
+        {"A=1 b", ""},
+        {"a $HOME", ""},
+        {"a;b", ""},
+        {"a b|c", ""},
+        {"a & b", ""},
+        {"a 'b'", ""},
+        {"a \"b\"", ""},
+        {"a `b`", ""},
+        {"a \\b", ""},
+        {"a *", ""},
+        {"a b?", ""},
+        {"a [b]", ""},
+        {"a ~", ""},
+        {"a #b", ""},
+        {"! a", ""},
+        {"{ a", ""},
+        {"(a)", ""},
+        {"a\tb", ""},
+        {"a\nb", ""},
+        {"a <b", ""},
+        {"a >", ""},
+        {"a >>b", ""},
+        {"a 2>&1", ""},
+        {"a >b >c", ""},
+        {"a 3>b", ""},
+        {"> b", ""},
+        {"a \xc3\xa9", ""},
+    };
+    for (const auto &c : cases) {
+        boarddiag::plain_command plain;
+        const bool split = boarddiag::split_plain_command(c.command, &plain);
+        EXPECT_EQ(split ? joined(plain) : "", c.split) << c.command;
+    }
+}
+
+TEST(Command, OfTooManyWordsOrCharactersIsAShellsWork)
+{
+    boarddiag::plain_command plain;
+    std::string words;
+    for (size_t i = 0; i < plain.max_words; i++) {
+        words += "a ";
+    }
+    EXPECT_TRUE(boarddiag::split_plain_command(words.c_str(), &plain));
+    EXPECT_FALSE(boarddiag::split_plain_command((words + "a").c_str(), &plain));
+    EXPECT_FALSE(boarddiag::split_plain_command(std::string(2048, 'a').c_str(), &plain));
+}
+
+TEST(Command, IsCutAt2047Characters)
+{
+    boarddiag::command_line command;
+    boarddiag::command_format(&command, "%s", std::string(2040, 'a').c_str());
+    boarddiag::command_append(&command, ",0x%02x", 0x12);
+    boarddiag::command_append(&command, ",0x%02x", 0x34);
+    EXPECT_EQ(command.text, std::string(2040, 'a') + ",0x12,0");
+    EXPECT_EQ(command.length, 2047u);
+}
+
+class Run : public testing::Test {
+  protected:
+    std::string folder = [] {
+        char name[] = "/tmp/boarddiag-run-XXXXXX";
+        return std::string(mkdtemp(name));
+    }();
+
+    std::string script(const std::string &name, const std::string &text)
+    {
+        const std::string path = folder + "/" + name;
+        std::ofstream(path) << text;
+        chmod(path.c_str(), 0755);
+        return path;
+    }
+
+    ~Run() override
+    {
+        EXPECT_EQ(system(("rm -r " + folder).c_str()), 0);
+    }
+};
+
+TEST_F(Run, ReturnsTheWaitStatusThatAShellWouldGive)
+{
+    const std::string seven = script("seven", "#!/bin/sh\nexit 7\n");
+    const std::string bare = script("bare", "exit 5\n"); // no #! line: a shell runs it all the same
+    const std::string dies = script("dies", "#!/bin/sh\nkill -TERM $$\n");
+    struct {
+        std::string command;
+        int status;
+    } const cases[] = {
+        {"true", 0},        {seven, 7 << 8},      {bare, 5 << 8}, {dies, (128 + SIGTERM) << 8},
+        {"exit 3", 3 << 8}, {"(exit 4)", 4 << 8}, {"", 0},        {folder + "/none 2>/dev/null", 127 << 8},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(run_command(c.command.c_str()), c.status) << c.command;
+    }
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_EQ(errno, ECHILD);
+}
+
+TEST_F(Run, RedirectsWithAndWithoutAShell)
+{
+    const std::string out = folder + "/out";
+    for (const std::string &command : {"echo a b >" + out, "echo 'a b' > " + out}) {
+        EXPECT_EQ(run_command(command.c_str()), 0);
+        std::string line;
+        std::getline(std::ifstream(out), line);
+        EXPECT_EQ(line, "a b") << command;
+    }
+    EXPECT_EQ(run_command(("true > " + folder + "/no/such 2>/dev/null").c_str()) & 0xff, 0);
+}
+
+TEST_F(Run, KeepsSignalsAsSystemDoes)
+{
+    // The tool sees the caller's own signals; the caller ignores them while the tool interrupts its group.
+    const std::string tool = script("tool", "#!/bin/sh\ngrep SigIgn /proc/self/status > " + folder +
+                                                "/ignored\nkill -INT $PPID\nkill -QUIT $PPID\n");
+    EXPECT_EQ(run_command(tool.c_str()), 0);
+    struct sigaction now = {};
+    sigaction(SIGINT, nullptr, &now);
+    EXPECT_EQ(now.sa_handler, SIG_DFL);
+    std::string ignored;
+    std::getline(std::ifstream(folder + "/ignored"), ignored);
+    EXPECT_EQ(std::stoull(ignored.substr(8), nullptr, 16) & ((1u << (SIGINT - 1)) | (1u << (SIGQUIT - 1))),
+              0u);
+}
+
+std::string output_of(const std::string &command)
+{
+    boarddiag::command_output output{};
+    std::string text;
+    std::array<char, 256> part;
+    EXPECT_TRUE(boarddiag::start_output(command.c_str(), &output));
+    for (ssize_t got; (got = boarddiag::read_output(&output, part)) > 0;) {
+        text.append(part.data(), static_cast<size_t>(got));
+    }
+    boarddiag::close_output(&output);
+    return text;
+}
+
+TEST_F(Run, HandsNoDescriptorOfTheLibraryOn)
+{
+    const std::string before = output_of("ls /proc/self/fd");
+    boarddiag::command_output open_one{};
+    ASSERT_TRUE(boarddiag::start_output("true", &open_one));
+    EXPECT_EQ(output_of("ls /proc/self/fd"), before);
+    EXPECT_EQ(output_of("ls '/proc/self/fd'"), before); // behind a shell
+    boarddiag::close_output(&open_one);
+}
+
+TEST_F(Run, ThreadsRunAtOnce)
+{
+    const std::string tool = script("tool", "#!/bin/sh\nexit $1\n");
+    std::vector<std::thread> threads;
+    std::array<int, 4> good{};
+    for (size_t t = 0; t < good.size(); t++) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < 10; i++) {
+                const int code = static_cast<int>(t) * 10 + i;
+                good[t] += run_command((tool + " " + std::to_string(code)).c_str()) == code << 8;
+            }
+        });
+    }
+    for (auto &thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(good, (std::array<int, 4>{10, 10, 10, 10}));
+    struct sigaction now = {};
+    sigaction(SIGQUIT, nullptr, &now);
+    EXPECT_EQ(now.sa_handler, SIG_DFL);
+}
+
+TEST_F(Run, OutputOfAMissingToolIsEmpty)
+{
+    EXPECT_EQ(output_of(folder + "/none 2>/dev/null"), "");
+}
+
+} // namespace
