@@ -1,0 +1,16 @@
+/* SPDX-License-Identifier: MIT */
+/* A test program in C, linked by the C compiler alone. */
+#include <boarddiag.h>
+
+#include <string.h>
+
+int main(void)
+{
+    uint8_t data[4] = {0};
+
+    set_debug_enable(1);
+    diag_print(1, "%s\n", boarddiag_version());
+    const uint32_t status =
+        i2ctool_get("3", 0x50, 0, &reg16_data8_le, (int32_t)sizeof data, "/tmp/none", data);
+    return strcmp(boarddiag_version(), BOARDDIAG_VERSION) == 0 && status == 0 && data[0] == 0x1a ? 0 : 1;
+}

@@ -1,0 +1,149 @@
+/* SPDX-License-Identifier: MIT */
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <boarddiag.h>
+
+#include "support/capture.h"
+#include "support/sim_board.h"
+
+using diagtest::capture;
+using diagtest::console_of;
+using diagtest::error_line;
+
+namespace {
+
+class Startup : public testing::Test {
+  protected:
+    diagtest::sim_board board;
+
+    void set(const char *name, const char *value)
+    {
+        if (value != nullptr) {
+            setenv(name, value, 1);
+        } else {
+            unsetenv(name);
+        }
+    }
+
+    void set_nvram(uint8_t valid, int32_t verb_level)
+    {
+        std::vector<uint8_t> fields(sizeof verb_level);
+        memcpy(fields.data(), &verb_level, sizeof verb_level);
+        board.set_image("nvram.bin", 1060, fields);
+        board.set_image("nvram.bin", 1058, {valid});
+    }
+};
+
+TEST_F(Startup, VerbosityFromEnvironmentAndNvram)
+{
+    struct {
+        const char *verb_level;
+        uint8_t valid;
+        int32_t nvram;
+        int before, after;
+    } const cases[] = {
+        {"2", 1, 1, 0, 2},    {"2", 1, 3, 0, 3},          {"-1", 1, -1, 0, -1},
+        {"4", 0, 3, 0, 0},    {"abc", 0, 3, 2, 0},        {nullptr, 0, 3, 2, 2},
+        {"-1", 1, 90, 0, 90}, {"4294967298", 0, 0, 0, 2}, {"0", 255, 1, 3, 1},
+    };
+    for (const auto &c : cases) {
+        set("VERB_LEVEL", c.verb_level);
+        set_nvram(c.valid, c.nvram);
+        set_verb_level(c.before);
+        console_of([] { diag_system_init("test"); });
+        EXPECT_EQ(get_verb_level(), c.after) << (c.verb_level ? c.verb_level : "none") << ' ' << c.nvram;
+    }
+}
+
+TEST_F(Startup, OtherSettings)
+{
+    set("LOG_LEVEL", "7");
+    set("CONFIG_DEBUG", "");
+    set("DIAG_DEBUG", "5");
+    set("VERB_LEVEL", "9");
+    set_verb_level(1);
+    set_log_level(3);
+    const auto told = capture([] { diag_system_init("my_test"); });
+    EXPECT_EQ(told.console, "Invalid verb level 9 - Valid range 0..3\n"
+                            "nvram_query read 1068 bytes from the fifo\n"
+                            "Invalid log level 7 - Valid range 0..3. Defaulting to 0\n");
+    EXPECT_EQ(told.log.size(), 3u); // the log level of before start-up holds until its own step
+    ASSERT_EQ(told.opened.size(), 1u);
+    EXPECT_EQ(told.opened[0].ident, "my_test");
+    EXPECT_EQ(told.opened[0].option, 8);
+    EXPECT_EQ(told.opened[0].facility, 136);
+    EXPECT_EQ(get_config_debug_enable(), 1);
+    EXPECT_EQ(get_debug_enable(), 5);
+
+    set("LOG_LEVEL", nullptr);
+    set("CONFIG_DEBUG", nullptr);
+    set("DIAG_DEBUG", nullptr);
+    set_log_level(3);
+    console_of([] { diag_system_init("my_test"); });
+    EXPECT_TRUE(capture([] { diag_print(1, "x"); }).log.empty()); // 0 again
+    EXPECT_EQ(get_config_debug_enable(), 0);
+    EXPECT_EQ(get_debug_enable(), 5);
+}
+
+TEST_F(Startup, WhoQueriesHow)
+{
+    const std::string own = "/tmp/nvram_pipe_" + std::to_string(getpid());
+    struct {
+        const char *name;
+        std::string command;
+    } const cases[] = {
+        {"test", "nvramtool --query --pipe=/tmp/nvram_pipe"},
+        {"/usr/bin/nvramtool", "nvramtool --query --pipe=/tmp/nvram_pipe"},
+        {"nvramtool", ""},
+        {"busbroker", "nvramtool --query --pipe=" + own + " --busbroker"},
+        {"my-busbroker2", "nvramtool --query --pipe=" + own + " --busbroker"},
+    };
+    for (const auto &c : cases) {
+        board.clear_commands();
+        console_of([&] { diag_system_init(c.name); });
+        const auto commands = board.commands();
+        EXPECT_EQ(commands.empty() ? "" : commands.back(), c.command) << c.name;
+        EXPECT_FALSE(std::filesystem::exists("/tmp/nvram_pipe") || std::filesystem::exists(own));
+    }
+}
+
+TEST_F(Startup, AQueryThatFailsLeavesTheRest)
+{
+    board.set_faults("nvramtool 0 exit 1\n");
+    set("VERB_LEVEL", "0");
+    set("DIAG_DEBUG", "3");
+    const auto told = capture([] { diag_system_init("test"); });
+    EXPECT_EQ(told.console, error_line("nvramtool_query", "FAILED <<<---\nError Reading from nvram\n"));
+    EXPECT_EQ(told.opened.size(), 1u);
+    EXPECT_EQ(get_debug_enable(), 3);
+
+    struct nvram_record record;
+    const std::string pipe = board.fifo_path("q");
+    uint32_t status = 0;
+    console_of([&] { status = nvramtool_query(pipe.c_str(), &record, false); });
+    EXPECT_EQ(status, DIAG_ERR_FAILED);
+    board.set_faults("nvramtool 0 short 100\n");
+    memset(&record, 0xff, sizeof record);
+    console_of([&] { status = nvramtool_query(pipe.c_str(), &record, true); });
+    EXPECT_EQ(status, 0u);
+    EXPECT_EQ(record.valid, 0); // what did not come counts as 0
+    const std::string lost = board.fifo_path("no/such/folder");
+    EXPECT_EQ(console_of([&] { status = nvramtool_query(lost.c_str(), &record, true); }),
+              error_line("nvramtool_query", "Error Creating I2C pipe\n"));
+    EXPECT_EQ(status, DIAG_ERR_FAILED);
+}
+
+TEST_F(Startup, ANullRecordIsReportedTwice)
+{
+    EXPECT_EQ(console_of([] { set_nvram_verb_level(nullptr); }),
+              error_line("set_nvram_verb_level", "NVRAM is not valid. Could not set Verbosity level\n") +
+                  error_line("set_nvram_verb_level", "NVRAM is not valid\n"));
+}
+
+} // namespace
