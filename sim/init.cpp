@@ -67,7 +67,7 @@ constexpr sample_bytes contents[] = {
     {mem_image, 0x80000000, "BOARDSIM SAMPLE MEMORY\0"sv},      //
     {nvram_image, 1058, "\x01"sv},                              // valid; the verbosity at 1060 is 0
     {bmc_image, 0, "\x20\x81\x01\x02\x02\x9f\xad\xb0\0\x01"sv}, // IPMI 2.0, firmware 1.02
-    {oem_image, 4 * 0x1234, "\x11\x22\x33\x44"sv},              //
+    {oem_image, 4ULL * 0x1234, "\x11\x22\x33\x44"sv},           //
 };
 
 uint8_t filled(filling fill, uint64_t offset)
