@@ -126,7 +126,7 @@ uint32_t read_register(boarddiag::fifo_call *call, const i2c_read *read)
 uint32_t i2ctool_get(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
                      int32_t count, const char *pipe, uint8_t *data)
 {
-    boarddiag::fifo_call call = {&i2c_frame, __func__, pipe, data, count, -1};
+    boarddiag::fifo_call call = {&i2c_frame, __func__, pipe, data, count, -1, 0};
     const i2c_read read = {
         "%s --read --bus=%s --addr=0x%02x --count=%d --pipe=%s --width=%d ", bus, addr, reg, reg_info, count};
 

@@ -5,6 +5,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <poll.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -112,16 +113,16 @@ uint32_t run(const fifo_call *call, const boarddiag::command_line *command)
 
 uint32_t boarddiag::fifo_run_begin(fifo_call *call)
 {
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &call->cancel_state);
     if (!make_fifo(call->pipe)) {
         REPORT_ERROR(call->function, call->frame->create_failed, call->pipe);
-        return DIAG_ERR_FAILED;
-    }
-    call->fd = open_fifo(call->pipe);
-    if (call->fd < 0) {
+    } else if ((call->fd = open_fifo(call->pipe)) < 0) {
         REPORT_ERROR(call->function, call->frame->open_failed, call->pipe, call->pipe[0]);
-        return DIAG_ERR_FAILED;
+    } else {
+        return 0;
     }
-    return 0;
+    pthread_setcancelstate(call->cancel_state, nullptr);
+    return DIAG_ERR_FAILED;
 }
 
 uint32_t boarddiag::fifo_run_end(const fifo_call *call, uint32_t status, const command_line *command)
@@ -130,5 +131,6 @@ uint32_t boarddiag::fifo_run_end(const fifo_call *call, uint32_t status, const c
 
     close(call->fd);
     unlink(call->pipe);
+    pthread_setcancelstate(call->cancel_state, nullptr);
     return result;
 }

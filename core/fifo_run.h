@@ -31,6 +31,7 @@ struct fifo_call {
     void *data;           // where the answer goes
     int64_t length;       // bytes to read at most; 0 or less, or above INT32_MAX: nothing is read
     int fd;
+    int cancel_state; // of the thread, which is not cancelled between begin and end
 };
 
 /// Makes and opens the FIFO. 0, or DIAG_ERR_FAILED after its report; a FIFO that could not be opened stays.

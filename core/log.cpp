@@ -3,6 +3,7 @@
 #include <bit>
 #include <cstdarg>
 #include <cstdio>
+#include <pthread.h>
 #include <syslog.h>
 
 #include <boarddiag/core.h>
@@ -52,17 +53,53 @@ void emit(int level, const char *format, va_list args)
 
 } // namespace
 
+// Standard output drops what it holds when a signal interrupts its write, so the periodic timer's tick waits;
+// a thread that is cancelled would leave the stream locked.
+void boarddiag::begin_output(output_guard *guard)
+{
+    sigset_t tick;
+
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &guard->cancel_state);
+    sigemptyset(&tick);
+    sigaddset(&tick, SIGALRM);
+    pthread_sigmask(SIG_BLOCK, &tick, &guard->mask);
+    flockfile(stdout);
+}
+
+void boarddiag::end_output(const output_guard *guard)
+{
+    funlockfile(stdout);
+    pthread_sigmask(SIG_SETMASK, &guard->mask, nullptr);
+    pthread_setcancelstate(guard->cancel_state, nullptr);
+}
+
+bool boarddiag::is_message_taken(int level)
+{
+    return is_taken(level);
+}
+
+void boarddiag::print_within(int level, const char *format, ...)
+{
+    va_list args;
+
+    va_start(args, format);
+    emit(level, format, args);
+    va_end(args);
+}
+
 void boarddiag::report(int level, const char *function, int line, const char *format, ...)
 {
     if (!is_taken(level)) {
         return;
     }
+    output_guard guard;
     va_list args;
+
     va_start(args, format);
-    flockfile(stdout);
-    diag_print(level, "%s[%d]: ", function, line);
+    begin_output(&guard);
+    print_within(level, "%s[%d]: ", function, line);
     emit(level, format, args);
-    funlockfile(stdout);
+    end_output(&guard);
     va_end(args);
 }
 
@@ -71,9 +108,13 @@ void diag_print(int level, const char *format, ...)
     if (!is_taken(level)) {
         return;
     }
+    boarddiag::output_guard guard;
     va_list args;
+
     va_start(args, format);
+    boarddiag::begin_output(&guard);
     emit(level, format, args);
+    boarddiag::end_output(&guard);
     va_end(args);
 }
 

@@ -3,7 +3,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <pthread.h>
@@ -16,6 +15,8 @@
 namespace {
 
 using boarddiag::plain_command;
+
+constexpr const char *shell_path = "/bin/sh";
 
 // ---- Starting without a shell ----
 
@@ -78,37 +79,48 @@ bool add_redirections(const plain_command *plain, posix_spawn_file_actions_t *ac
     return true;
 }
 
-// Starts argv with `actions`; false for whatever reason it cannot be started.
-bool spawn(char *const *argv, const posix_spawn_file_actions_t *actions, const run_signals *signals,
-           pid_t *pid)
+// posix_spawn() or posix_spawnp()
+using spawn_function = decltype(&posix_spawn);
+
+// Starts argv with `actions`; the result is 0 or the number of the error.
+int spawn(spawn_function start, char *const *argv, const posix_spawn_file_actions_t *actions,
+          const run_signals *signals, pid_t *pid)
 {
     posix_spawnattr_t attributes;
-    bool started = false;
 
-    if (posix_spawnattr_init(&attributes) != 0) {
-        return false;
+    int error = posix_spawnattr_init(&attributes);
+    if (error != 0) {
+        return error;
     }
     if (signals != nullptr) {
         posix_spawnattr_setsigmask(&attributes, &signals->mask);
         posix_spawnattr_setsigdefault(&attributes, &signals->to_default);
         posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     }
-    started = posix_spawnp(pid, argv[0], actions, &attributes, argv, environ) == 0;
+    error = start(pid, argv[0], actions, &attributes, argv, environ);
     posix_spawnattr_destroy(&attributes);
-    return started;
+    return error;
+}
+
+int spawn_shell(const char *command, const posix_spawn_file_actions_t *actions, const run_signals *signals,
+                pid_t *pid)
+{
+    char *const argv[] = {const_cast<char *>(shell_path), const_cast<char *>("-c"),
+                          const_cast<char *>(command), nullptr};
+    return spawn(posix_spawn, argv, actions, signals, pid);
 }
 
 bool spawn_plain(const plain_command *plain, const run_signals *signals, pid_t *pid)
 {
     if (plain->redirect[STDOUT_FILENO] == nullptr && plain->redirect[STDERR_FILENO] == nullptr) {
-        return spawn(plain->argv.data(), nullptr, signals, pid);
+        return spawn(posix_spawnp, plain->argv.data(), nullptr, signals, pid) == 0;
     }
     posix_spawn_file_actions_t actions;
     if (posix_spawn_file_actions_init(&actions) != 0) {
         return false;
     }
-    const bool started =
-        add_redirections(plain, &actions) && spawn(plain->argv.data(), &actions, signals, pid);
+    const bool started = add_redirections(plain, &actions) &&
+                         spawn(posix_spawnp, plain->argv.data(), &actions, signals, pid) == 0;
     posix_spawn_file_actions_destroy(&actions);
     return started;
 }
@@ -130,63 +142,75 @@ int wait_for(pid_t pid)
     return ended == pid ? status : -1;
 }
 
-bool run_plain(const plain_command *plain, int *status)
+// Starts the command, behind a shell if it must be; a shell that cannot be started counts as one that ended
+// with 127, but for want of a process.
+int start_and_wait(const char *command, const run_signals *signals)
 {
-    run_signals signals;
+    plain_command plain;
     pid_t pid = 0;
 
-    begin_run(&signals);
-    const bool started = spawn_plain(plain, &signals, &pid);
-    if (started) {
-        const int ended = wait_for(pid);
-        *status = ended == -1 ? -1 : shell_status(ended);
+    if (boarddiag::split_plain_command(command, &plain) && spawn_plain(&plain, signals, &pid)) {
+        const int status = wait_for(pid);
+        return status == -1 ? -1 : shell_status(status);
     }
-    end_run(&signals);
-    return started;
+    const int error = spawn_shell(command, nullptr, signals, &pid);
+    if (error != 0) {
+        return error == EAGAIN || error == ENOMEM ? -1 : 127 << 8;
+    }
+    return wait_for(pid);
 }
 
 // ---- Output on a pipe ----
 
-// Starts `command` with `actions`, which put its output on the pipe.
-bool spawn_output(const char *command, posix_spawn_file_actions_t *actions, pid_t *pid)
+// Starts `command` with its output on `pipe_end`, without a shell if it can.
+bool spawn_output(const char *command, int pipe_end, bool plainly, pid_t *pid)
 {
+    posix_spawn_file_actions_t actions;
     plain_command plain;
 
-    if (boarddiag::split_plain_command(command, &plain) && plain.redirect[STDOUT_FILENO] == nullptr &&
-        add_redirections(&plain, actions) && spawn(plain.argv.data(), actions, nullptr, pid)) {
-        return true;
+    if (plainly &&
+        (!boarddiag::split_plain_command(command, &plain) || plain.redirect[STDOUT_FILENO] != nullptr)) {
+        return false;
     }
-    char *const shell[] = {const_cast<char *>("sh"), const_cast<char *>("-c"), const_cast<char *>(command),
-                           nullptr};
-    return spawn(shell, actions, nullptr, pid);
+    if (posix_spawn_file_actions_init(&actions) != 0) {
+        return false;
+    }
+    bool started = posix_spawn_file_actions_adddup2(&actions, pipe_end, STDOUT_FILENO) == 0;
+    if (plainly) {
+        started = started && add_redirections(&plain, &actions) &&
+                  spawn(posix_spawnp, plain.argv.data(), &actions, nullptr, pid) == 0;
+    } else {
+        started = started && spawn_shell(command, &actions, nullptr, pid) == 0;
+    }
+    posix_spawn_file_actions_destroy(&actions);
+    return started;
 }
 
 } // namespace
 
 int boarddiag::run_command(const char *command)
 {
-    plain_command plain;
-    int status = 0;
+    run_signals signals;
+    int cancel_state = 0;
 
-    if (split_plain_command(command, &plain) && run_plain(&plain, &status)) {
-        return status;
-    }
-    return system(command);
+    // A thread cancelled in here would leave the signals ignored and a child that nobody waits for.
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancel_state);
+    begin_run(&signals);
+    const int status = start_and_wait(command, &signals);
+    end_run(&signals);
+    pthread_setcancelstate(cancel_state, nullptr);
+    return status;
 }
 
 bool boarddiag::start_output(const char *command, command_output *output)
 {
     int ends[2];
+
     if (pipe2(ends, O_CLOEXEC) != 0) {
         return false;
     }
-    posix_spawn_file_actions_t actions;
-    bool started = posix_spawn_file_actions_init(&actions) == 0;
-    if (started) {
-        started = posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO) == 0 &&
-                  spawn_output(command, &actions, &output->pid);
-        posix_spawn_file_actions_destroy(&actions);
-    }
+    const bool started = spawn_output(command, ends[1], true, &output->pid) ||
+                         spawn_output(command, ends[1], false, &output->pid);
     close(ends[1]);
     output->fd = ends[0];
     if (!started) {

@@ -9,9 +9,11 @@
 namespace boarddiag {
 
 /// Runs `command` and waits for it, with the contract of system(): the result is the raw wait status (exit
-/// code 127 for a command that does not exist), or -1 when no process could be had; SIGINT and SIGQUIT are
-/// ignored and SIGCHLD is held in the caller meanwhile. A plain command is started without a shell; its death
-/// by signal n then counts as exit code 128 + n, as it does behind a shell. Thread-safe.
+/// code 127 for a command that does not exist), or -1 when no process could be had or it could not be waited
+/// for; SIGINT and SIGQUIT are ignored and SIGCHLD is held in the caller meanwhile. A plain command is
+/// started without a shell; its death by signal n then counts as exit code 128 + n, as it does behind a
+/// shell. Any other command, and one that cannot be started so, goes to the shell. Thread-safe; the thread is
+/// not cancelled meanwhile.
 int run_command(const char *command);
 
 /// A running command whose standard output is read.

@@ -115,7 +115,7 @@ void diag_system_init(const char *name)
 
 uint32_t nvramtool_query(const char *pipe, struct nvram_record *record, bool busbroker)
 {
-    boarddiag::fifo_call call = {&nvram_frame, __func__, pipe, record, sizeof *record, -1};
+    boarddiag::fifo_call call = {&nvram_frame, __func__, pipe, record, sizeof *record, -1, 0};
     boarddiag::command_line command;
 
     memset(record, 0, sizeof *record);

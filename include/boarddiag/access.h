@@ -10,8 +10,13 @@
  * Reads through a FIFO: the call creates the FIFO at the path that the caller names (mode 0666 less the
  * umask; what stands there is removed once), the tool writes its answer into it, and the call removes it. The
  * FIFO stays in place only when it could not be opened. A tool that succeeds without writing is waited for 1
- * s at most. An answer shorter than asked for is no error: its bytes are stored, and the number of bytes that
- * came is told at level 2.
+ * s at most and told of at level 0. A tool that succeeds makes the call succeed: also when fewer bytes came
+ * than asked for, none, or they could not be read; the number of bytes (-1 for a failed read) is told at
+ * level 2.
+ *
+ * Statuses of a tool: "the raw wait status" is what system() returns, so that exit code 1 is 256; a tool that
+ * dies by signal n counts as exit code 128 + n, one that does not exist as exit code 127, and -1 says that no
+ * process could be had, or that the program ignores SIGCHLD and so cannot learn how the tool ended.
  *
  * Threads: the calls take no lock and keep no state. They may run at once when their FIFO paths differ; calls
  * that must not mix on the device are serialised by the caller.
@@ -74,9 +79,9 @@ extern const struct reg_info reg8_data16;
  * @param count    bytes to read; 0 or less reads nothing.
  * @param pipe     path of the FIFO to use; borrowed.
  * @param data     receives up to `count` bytes (at least 1); untouched when the call fails.
- * @return 0, also after a short read and in a dry run; -1 for a null `reg_info`, an invalid data width or
+ * @return 0 when the tool succeeded and in a dry run; -1 for a null `reg_info`, an invalid data width or
  * register mode; #DIAG_ERR_FAILED when the FIFO could not be created or opened; otherwise the raw wait status
- * of the failed tool (256 for exit code 1), or -1 when no process could be had.
+ * of the failed tool.
  *
  * Thread-safe for different FIFO paths.
  */

@@ -122,13 +122,15 @@ struct nvram_record {
 void diag_system_init(const char *name);
 
 /**
- * Fetches the NVRAM record: runs nvramtool, which writes it into a FIFO made for the call.
+ * Fetches the NVRAM record: runs nvramtool, which writes it into a FIFO made for the call. A tool that
+ * succeeds without writing is waited for 1 s at most and told of at level 0.
  *
  * @param pipe      path of the FIFO to create and remove; what stands there is replaced. Borrowed.
- * @param record    receives the record; cleared first, so that bytes that did not come are 0.
+ * @param record    receives the record; cleared first, so that bytes that did not come are 0, all of them
+ * when the query fails.
  * @param busbroker true adds the option --busbroker to the command.
- * @return 0, also after a short read; #DIAG_ERR_FAILED when the FIFO could not be created or opened (it stays
- *         in place when the open failed) or when nvramtool failed.
+ * @return 0, also when fewer bytes came, none, or the read failed; #DIAG_ERR_FAILED when the FIFO could not
+ * be created or opened (it stays in place when the open failed) or when nvramtool failed.
  *
  * Concurrent calls need different FIFO paths.
  */
@@ -139,7 +141,7 @@ uint32_t nvramtool_query(const char *pipe, struct nvram_record *record, bool bus
  *
  * @param record the record; null is reported, a record that is not valid is ignored silently.
  *
- * Thread-safe.
+ * Not to be called while another thread sets the verbosity.
  */
 void set_nvram_verb_level(const struct nvram_record *record);
 

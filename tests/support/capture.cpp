@@ -21,7 +21,8 @@ std::string without_lines(std::string text)
         const size_t close = text.find_first_not_of("0123456789", open + 1);
         if (open > 0 && isalnum(static_cast<unsigned char>(text[open - 1])) != 0 &&
             close != std::string::npos && close > open + 1 && text.compare(close, 3, "]: ") == 0) {
-            text.replace(open + 1, close - open - 1, "#");
+            text.erase(open + 1, close - open - 1);
+            text.insert(open + 1, 1, '#');
         }
     }
     return text;
