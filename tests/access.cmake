@@ -1,2 +1,2 @@
 # SPDX-License-Identifier: MIT
-diag_test(frame_test access/frame_test.cpp)
+diag_test(fifo_read_test access/fifo_read_test.cpp)

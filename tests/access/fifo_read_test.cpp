@@ -25,7 +25,7 @@ namespace {
 
 constexpr uint32_t minus_one = UINT32_MAX;
 
-class Frame : public testing::Test {
+class FifoRead : public testing::Test {
   protected:
     diagtest::sim_board board;
     std::string pipe = board.fifo_path("answer");
@@ -52,7 +52,7 @@ class Frame : public testing::Test {
     }
 };
 
-TEST_F(Frame, FailedToolRuns)
+TEST_F(FifoRead, FailedToolRuns)
 {
     const std::string failed = error_line("i2ctool_get", "FAILED <<<---\nError Reading from I2C\n");
     struct {
@@ -77,7 +77,7 @@ TEST_F(Frame, FailedToolRuns)
     EXPECT_TRUE(nothing_left());
 }
 
-TEST_F(Frame, AnswersOfAnotherLength)
+TEST_F(FifoRead, AnswersOfAnotherLength)
 {
     const auto eeprom = board.image("i2c/3/0x50.bin", 0, 32);
     struct {
@@ -107,7 +107,7 @@ TEST_F(Frame, AnswersOfAnotherLength)
     }
 }
 
-TEST_F(Frame, WhatStandsAtTheFifosPath)
+TEST_F(FifoRead, WhatStandsAtTheFifosPath)
 {
     mkfifo(pipe.c_str(), 0600);
     read();
@@ -131,7 +131,7 @@ TEST_F(Frame, WhatStandsAtTheFifosPath)
     EXPECT_EQ(told.console, error_line("i2ctool_get", "Error Creating I2C pipe " + pipe + "\n"));
 }
 
-TEST_F(Frame, AFifoThatCannotBeOpenedStays)
+TEST_F(FifoRead, AFifoThatCannotBeOpenedStays)
 {
     struct rlimit none = {}, found = {};
     getrlimit(RLIMIT_NOFILE, &found);
@@ -158,7 +158,7 @@ TEST_F(Frame, AFifoThatCannotBeOpenedStays)
     EXPECT_TRUE(nothing_left());
 }
 
-TEST_F(Frame, InvalidDescriptors)
+TEST_F(FifoRead, InvalidDescriptors)
 {
     struct {
         struct reg_info info;
@@ -181,7 +181,7 @@ TEST_F(Frame, InvalidDescriptors)
     EXPECT_TRUE(board.commands().empty());
 }
 
-TEST_F(Frame, CommandLines)
+TEST_F(FifoRead, CommandLines)
 {
     const struct reg_info reg8_le = {REG8, DATA8, 1};
     struct {
@@ -211,7 +211,7 @@ TEST_F(Frame, CommandLines)
     EXPECT_TRUE(nothing_left());
 }
 
-TEST_F(Frame, DryRun)
+TEST_F(FifoRead, DryRun)
 {
     set_debug_enable(-1);
     read();
@@ -223,7 +223,7 @@ TEST_F(Frame, DryRun)
     EXPECT_TRUE(board.commands().empty() && nothing_left());
 }
 
-TEST_F(Frame, ThreadsReadTheirOwnBytes)
+TEST_F(FifoRead, ThreadsReadTheirOwnBytes)
 {
     const auto eeprom = board.image("i2c/3/0x50.bin", 0, 32);
     std::array<int, 2> good{};
