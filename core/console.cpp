@@ -28,17 +28,12 @@ struct item_format {
 
 constexpr item_format item_formats[] = {{1, 2, ' ', 62}, {2, 4, '\t', 30}, {4, 4, '\t', 30}};
 
-template <size_t Size> struct text_buffer {
-    char chars[Size];
-    size_t used;
-};
-
 // A group of 30 four-byte items of eight digits, with its prefix and separator, is the longest.
-using group_buffer = text_buffer<2 + 30 * 8 + 1>;
+constexpr size_t group_size = 2 + 30 * 8 + 1;
 // A line holds its label, a group that began on lines before, groups of its own, the ASCII column and its
 // end.
-using line_buffer = text_buffer<12 + sizeof(group_buffer) + line_bytes * 5 + 4 + line_bytes + 2>;
-static_assert(sizeof(line_buffer) < 1024, "a line is one message, which must not be cut");
+constexpr size_t line_size = 12 + group_size + line_bytes * 5 + 4 + line_bytes + 1;
+static_assert(line_size < 1024, "a line is one message, which must not be cut");
 
 struct dump {
     const uint8_t *data;
@@ -49,8 +44,11 @@ struct dump {
     uint32_t group_items;
     int level;
     uint32_t items; // in the open group; 0 when none is open
-    group_buffer group;
-    line_buffer line;
+    char *group;    // where the open group starts in `line`
+    char *end;      // behind what `line` holds
+    char line[line_size];
+    size_t carried; // characters of an open group between two lines
+    char carry[group_size];
 };
 
 const item_format *find_format(uint8_t width)
@@ -67,29 +65,31 @@ uint32_t items_per_group(int group_bits, const item_format &format)
     return static_cast<uint32_t>(std::clamp(group_bits / 8, 1, static_cast<int>(format.group_max)));
 }
 
-template <size_t Size> void append(text_buffer<Size> &to, std::string_view text)
+char *put_text(char *to, std::string_view text)
 {
-    memcpy(to.chars + to.used, text.data(), text.size());
-    to.used += text.size();
+    memcpy(to, text.data(), text.size());
+    return to + text.size();
 }
 
-template <size_t Size> void append_hex(text_buffer<Size> &to, uint32_t value, uint32_t digits)
+char *put_hex(char *to, uint32_t value, uint32_t digits)
 {
-    for (uint32_t left = digits; left != 0; left--) {
-        to.chars[to.used++] = "0123456789abcdef"[value >> (4 * (left - 1)) & 0xf];
+    for (uint32_t shift = 4 * digits; shift != 0;) {
+        shift -= 4;
+        *to++ = "0123456789abcdef"[value >> shift & 0xf];
     }
+    return to;
 }
 
 void send_line(dump &d)
 {
-    if (d.line.used != 0) {
-        diag_print(d.level, "%.*s", static_cast<int>(d.line.used), d.line.chars);
-        d.line.used = 0;
+    if (d.end != d.line) {
+        diag_print(d.level, "%.*s", static_cast<int>(d.end - d.line), d.line);
+        d.end = d.line;
     }
 }
 
-// A piece of output. Messages of the error level carry their mark piece by piece; for the others the console
-// shows the same whether a line comes whole or in pieces, and whole it costs one message instead of thirty.
+// Messages of the error level carry their mark piece by piece. For the others the console shows the same
+// whether a line comes whole or in pieces, and whole it costs one message instead of thirty.
 void end_piece(dump &d)
 {
     if (d.level == error_level) {
@@ -97,25 +97,18 @@ void end_piece(dump &d)
     }
 }
 
-void put(dump &d, std::string_view text)
-{
-    append(d.line, text);
-    end_piece(d);
-}
-
 void put_label(dump &d, uint32_t offset)
 {
-    append(d.line, "[");
-    append_hex(d.line, d.base + offset, 8);
-    append(d.line, "]: ");
+    d.end = put_text(d.end, "[");
+    d.end = put_hex(d.end, d.base + offset, 8);
+    d.end = put_text(d.end, "]: ");
     end_piece(d);
 }
 
 void close_group(dump &d)
 {
-    put(d, {d.group.chars, d.group.used});
-    d.group.used = 0;
     d.items = 0;
+    end_piece(d);
 }
 
 // The bytes that an item lacks at the end of the data are 0; none beyond is read.
@@ -135,22 +128,53 @@ void add_item(dump &d, uint32_t value)
     const auto digits = static_cast<uint32_t>(std::bit_width(value) + 3) / 4;
 
     if (d.items == 0) {
-        append(d.group, "0x");
+        d.group = d.end;
+        d.end = put_text(d.end, "0x");
     }
-    append_hex(d.group, value, std::max(digits, d.format->min_digits));
+    d.end = put_hex(d.end, value, std::max(digits, d.format->min_digits));
     d.items++;
     if (d.items == d.group_items) {
-        append(d.group, {&d.format->separator, 1});
+        *d.end++ = d.format->separator;
         close_group(d);
+    }
+}
+
+// A group that is open at the end of a line is taken out of it, and printed where it ends.
+void suspend_group(dump &d)
+{
+    d.carried = static_cast<size_t>(d.end - d.group);
+    memcpy(d.carry, d.group, d.carried);
+    d.end = d.group;
+}
+
+void resume_group(dump &d)
+{
+    d.group = d.end;
+    d.end = put_text(d.end, {d.carry, d.carried});
+    d.carried = 0;
+}
+
+void put_items(dump &d, uint64_t start, uint64_t end)
+{
+    resume_group(d);
+    for (uint64_t offset = start; offset < end; offset += d.format->width) {
+        add_item(d, item_at(d, offset));
+    }
+    if (d.items != 0 && end == d.length) {
+        close_group(d);
+    } else if (d.items != 0) {
+        suspend_group(d);
     }
 }
 
 void put_ascii(dump &d, uint64_t offset, uint64_t end)
 {
-    put(d, " || ");
+    d.end = put_text(d.end, " || ");
+    end_piece(d);
     for (; offset < end; offset++) {
         const char c = static_cast<char>(d.data[offset]);
-        put(d, {is_printable(c) != 0 ? &c : ".", 1});
+        *d.end++ = is_printable(c) != 0 ? c : '.';
+        end_piece(d);
     }
 }
 
@@ -162,17 +186,12 @@ void dump_line(dump &d, uint64_t start)
     if (d.show_addr) {
         put_label(d, static_cast<uint32_t>(start));
     }
-    for (uint64_t offset = start; offset < end; offset += d.format->width) {
-        add_item(d, item_at(d, offset));
-    }
-    if (end == d.length && d.items != 0) {
-        close_group(d);
-    }
+    put_items(d, start, end);
     if (d.show_addr && d.format->width == 1) {
         put_ascii(d, start, end);
     }
     if (end % line_bytes == 0) {
-        put(d, "\n");
+        *d.end++ = '\n';
     }
     send_line(d);
 }
@@ -255,8 +274,8 @@ void dump_hex(const void *data, int group_bits, uint32_t length, uint32_t base, 
     d.group_items = items_per_group(group_bits, *format);
     d.level = level;
     d.items = 0;
-    d.group.used = 0;
-    d.line.used = 0;
+    d.end = d.line;
+    d.carried = 0;
     for (uint64_t start = 0; start < length; start += line_bytes) {
         dump_line(d, start);
     }
