@@ -15,7 +15,7 @@ namespace {
 
 // ---- Hex dumps ----
 
-constexpr uint32_t line_bytes = 16;
+constexpr size_t line_bytes = 16;
 constexpr int error_level = -1;
 
 // How items of one width show: a four-byte item has at least as many digits as told, and up to eight.

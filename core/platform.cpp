@@ -22,7 +22,7 @@ constexpr size_t machine_size = 10; // of a machine name with its terminator
 constexpr size_t path_size = 256;
 
 struct cpu_family {
-    char prefix[4];
+    const char *prefix;
     int code;
 };
 
