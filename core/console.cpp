@@ -16,7 +16,6 @@ namespace {
 // ---- Hex dumps ----
 
 constexpr size_t line_bytes = 16;
-constexpr int error_level = -1;
 
 // How items of one width show: a four-byte item has at least as many digits as told, and up to eight.
 struct item_format {
@@ -43,6 +42,7 @@ struct dump {
     const item_format *format;
     uint32_t group_items;
     int level;
+    bool in_pieces; // each label, group and character is a message
     uint32_t items; // in the open group; 0 when none is open
     char *group;    // where the open group starts in `line`
     char *end;      // behind what `line` holds
@@ -88,11 +88,11 @@ void send_line(dump &d)
     }
 }
 
-// Messages of the error level carry their mark piece by piece. For the others the console shows the same
-// whether a line comes whole or in pieces, and whole it costs one message instead of thirty.
+// Each piece is a message: in the system log an entry, as an error with its mark. On the console alone a line
+// shows the same whole, and costs one message instead of thirty.
 void end_piece(dump &d)
 {
-    if (d.level == error_level) {
+    if (d.in_pieces) {
         send_line(d);
     }
 }
@@ -265,6 +265,9 @@ void dump_hex(const void *data, int group_bits, uint32_t length, uint32_t base, 
         REPORT_ERROR(__func__, "Invalid item width %d\n", width);
         return;
     }
+    if (!boarddiag::is_message_taken(level)) {
+        return;
+    }
     dump d;
     d.data = static_cast<const uint8_t *>(data);
     d.length = length;
@@ -273,6 +276,7 @@ void dump_hex(const void *data, int group_bits, uint32_t length, uint32_t base, 
     d.format = format;
     d.group_items = items_per_group(group_bits, *format);
     d.level = level;
+    d.in_pieces = boarddiag::is_message_logged(level);
     d.items = 0;
     d.end = d.line;
     d.carried = 0;

@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: MIT */
 #include <atomic>
 #include <bit>
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <pthread.h>
@@ -25,37 +26,21 @@ std::atomic<int> test_level{0};
 std::atomic<int> debug_enable{0};
 std::atomic<bool> config_debug{false};
 
-bool is_taken(int level)
+bool is_printed(int level)
 {
-    return level == error_level || level <= user_verb_level.load(std::memory_order_relaxed) ||
-           level <= log_level.load(std::memory_order_relaxed);
+    return level == error_level || level <= user_verb_level.load(std::memory_order_relaxed);
 }
 
-void emit(int level, const char *format, va_list args)
-{
-    char buff[message_size];
+// What the calling thread gets back when its messages are out.
+struct output_guard {
+    sigset_t mask;
+    int cancel_state;
+};
 
-    if (vsnprintf(buff, sizeof buff, format, args) < 0) {
-        buff[0] = '\0';
-    }
-    if (level == error_level) {
-        printf("ERROR: %s", buff);
-        syslog(LOG_ERR, "ERROR: %s", buff);
-        return;
-    }
-    if (level <= user_verb_level.load(std::memory_order_relaxed)) {
-        printf("%s", buff);
-    }
-    if (level <= log_level.load(std::memory_order_relaxed)) {
-        syslog(LOG_INFO, "%s", buff);
-    }
-}
-
-} // namespace
-
-// Standard output drops what it holds when a signal interrupts its write, so the periodic timer's tick waits;
-// a thread that is cancelled would leave the stream locked.
-void boarddiag::begin_output(output_guard *guard)
+// Nothing comes between the messages of begin_output() and end_output() on the console. Standard output drops
+// what it holds when a signal interrupts its write, so the periodic timer's tick waits; a thread that is
+// cancelled would leave the stream locked.
+void begin_output(output_guard *guard)
 {
     sigset_t tick;
 
@@ -66,38 +51,60 @@ void boarddiag::begin_output(output_guard *guard)
     flockfile(stdout);
 }
 
-void boarddiag::end_output(const output_guard *guard)
+void end_output(const output_guard *guard)
 {
     funlockfile(stdout);
     pthread_sigmask(SIG_SETMASK, &guard->mask, nullptr);
     pthread_setcancelstate(guard->cancel_state, nullptr);
 }
 
-bool boarddiag::is_message_taken(int level)
+void emit_text(int level, const char *text)
 {
-    return is_taken(level);
+    const char *format = level == error_level ? "ERROR: %s" : "%s";
+
+    if (is_printed(level)) {
+        printf(format, text);
+    }
+    if (boarddiag::is_message_logged(level)) {
+        syslog(level == error_level ? LOG_ERR : LOG_INFO, format, text);
+    }
 }
 
-void boarddiag::print_within(int level, const char *format, ...)
+void emit(int level, const char *format, va_list args)
 {
-    va_list args;
+    char buff[message_size];
 
-    va_start(args, format);
-    emit(level, format, args);
-    va_end(args);
+    if (vsnprintf(buff, sizeof buff, format, args) < 0) {
+        buff[0] = '\0';
+    }
+    emit_text(level, buff);
+}
+
+} // namespace
+
+bool boarddiag::is_message_taken(int level)
+{
+    return is_printed(level) || is_message_logged(level);
+}
+
+bool boarddiag::is_message_logged(int level)
+{
+    return level == error_level || level <= log_level.load(std::memory_order_relaxed);
 }
 
 void boarddiag::report(int level, const char *function, int line, const char *format, ...)
 {
-    if (!is_taken(level)) {
+    if (!is_message_taken(level)) {
         return;
     }
+    char prefix[message_size];
     output_guard guard;
     va_list args;
 
+    snprintf(prefix, sizeof prefix, "%s[%d]: ", function, line);
     va_start(args, format);
     begin_output(&guard);
-    print_within(level, "%s[%d]: ", function, line);
+    emit_text(level, prefix);
     emit(level, format, args);
     end_output(&guard);
     va_end(args);
@@ -105,16 +112,16 @@ void boarddiag::report(int level, const char *function, int line, const char *fo
 
 void diag_print(int level, const char *format, ...)
 {
-    if (!is_taken(level)) {
+    if (!boarddiag::is_message_taken(level)) {
         return;
     }
-    boarddiag::output_guard guard;
+    output_guard guard;
     va_list args;
 
     va_start(args, format);
-    boarddiag::begin_output(&guard);
+    begin_output(&guard);
     emit(level, format, args);
-    boarddiag::end_output(&guard);
+    end_output(&guard);
     va_end(args);
 }
 

@@ -3,8 +3,6 @@
 #ifndef BOARDDIAG_CORE_REPORT_H
 #define BOARDDIAG_CORE_REPORT_H
 
-#include <csignal>
-
 #include <boarddiag/core.h>
 
 /// Reports an error in two lines of level -1: `function` with the line of this report, then the message.
@@ -26,21 +24,11 @@ inline constexpr uint32_t status_minus_one = UINT32_MAX;
 /// Use the macros above.
 void report(int level, const char *function, int line, const char *format, ...) BOARDDIAG_PRINTF(4, 5);
 
-// ---- Several messages as one: diag_print() for each, but nothing comes between them on the console ----
-
-/// What the calling thread gets back when its messages are out.
-struct output_guard {
-    sigset_t mask;
-    int cancel_state;
-};
-
-void begin_output(output_guard *guard);
-/// As diag_print(), between begin_output() and end_output().
-void print_within(int level, const char *format, ...) BOARDDIAG_PRINTF(2, 3);
-void end_output(const output_guard *guard);
-
 /// Whether a message of this level reaches a sink at all.
 bool is_message_taken(int level);
+
+/// Whether a message of this level goes to the system log, where each one is an entry of its own.
+bool is_message_logged(int level);
 
 } // namespace boarddiag
 
