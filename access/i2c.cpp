@@ -36,6 +36,29 @@ constexpr register_option read_options[] = {
     {"--regblock=0x%02x", 0xff},
 };
 
+constexpr register_option write_options[] = {
+    {"--reg=0x%02x", 0xff},
+    {"--reg16=0x%04x", 0xffff},
+    {"--regblock=0x%04x", 0xffff},
+};
+
+constexpr boarddiag::run_frame write_frame = {
+    .traced_level = 1,
+    .traced = "i2ctool_set: %s\n",
+    .failed_level = -1,
+    .failed = "%s\nError writing to I2C device\n",
+    .failed_shows = boarddiag::shown::failed_mark,
+    .failed_status = boarddiag::status_minus_one,
+    .done = nullptr,
+    .dry = boarddiag::dry_run::is_error,
+};
+
+// The option by which the calls without bus control differ from the others.
+constexpr const char *with_control = "";
+constexpr const char *without_control = "--no_control ";
+
+constexpr int32_t pec_flag = 0x01;
+
 bool check_reg_info(const char *function, const struct reg_info *reg_info)
 {
     if (reg_info == nullptr) {
@@ -79,7 +102,7 @@ void append_byte_order(command_line *command, const struct reg_info *reg_info)
 }
 
 struct i2c_read {
-    const char *format; // of the command up to the register option
+    const char *control;
     const char *bus;
     uint8_t addr;
     uint16_t reg;
@@ -94,8 +117,9 @@ uint32_t build_read(const boarddiag::fifo_call *call, const i2c_read *read, comm
     if (width == 0) {
         return boarddiag::status_minus_one;
     }
-    boarddiag::command_format(command, read->format, boarddiag::i2c_tool, read->bus, read->addr, read->count,
-                              call->pipe, width);
+    boarddiag::command_format(command, "%s --read --bus=%s --addr=0x%02x --count=%d --pipe=%s --width=%d ",
+                              boarddiag::i2c_tool, read->bus, read->addr, read->count, call->pipe, width);
+    boarddiag::command_append(command, "%s", read->control);
     if (!append_register(call->function, command, read_options, read->reg_info->reg_mode, read->reg)) {
         return boarddiag::status_minus_one;
     }
@@ -121,14 +145,85 @@ uint32_t read_register(boarddiag::fifo_call *call, const i2c_read *read)
     return boarddiag::fifo_run_end(call, status, &command);
 }
 
+struct i2c_write {
+    const char *control;
+    const char *bus;
+    uint8_t addr;
+    uint16_t reg;
+    const struct reg_info *reg_info;
+    std::span<const uint8_t> values;
+    int32_t flag;
+    uint8_t busbroker_req;
+};
+
+void append_write_options(command_line *command, const i2c_write *write)
+{
+    if (write->flag != 0) {
+        boarddiag::command_append(command, "--flag=%s ", (write->flag & pec_flag) != 0 ? "pec" : "");
+    }
+    if (write->busbroker_req != 0) {
+        boarddiag::command_append(command, "--busbroker_req ");
+    }
+    boarddiag::command_append(command, "%s", write->control);
+}
+
+uint32_t write_register(const char *function, const i2c_write *write)
+{
+    command_line command;
+
+    if (!check_reg_info(function, write->reg_info)) {
+        return boarddiag::status_minus_one;
+    }
+    const int width = width_bits(function, write->reg_info->data_width);
+    if (width == 0) {
+        return boarddiag::status_minus_one;
+    }
+    boarddiag::command_format(&command, "%s --write --bus=%s --addr=0x%02x --width=%d ", boarddiag::i2c_tool,
+                              write->bus, write->addr, width);
+    append_write_options(&command, write);
+    if (!append_register(function, &command, write_options, write->reg_info->reg_mode, write->reg)) {
+        return boarddiag::status_minus_one;
+    }
+    boarddiag::command_append(&command, " --val=");
+    boarddiag::append_values(&command, &boarddiag::comma_list, write->values);
+    append_byte_order(&command, write->reg_info);
+    return boarddiag::plain_run(&write_frame, function, &command);
+}
+
 } // namespace
 
 uint32_t i2ctool_get(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
                      int32_t count, const char *pipe, uint8_t *data)
 {
     boarddiag::fifo_call call = {&i2c_frame, __func__, pipe, data, count, -1, 0};
-    const i2c_read read = {
-        "%s --read --bus=%s --addr=0x%02x --count=%d --pipe=%s --width=%d ", bus, addr, reg, reg_info, count};
+    const i2c_read read = {with_control, bus, addr, reg, reg_info, count};
 
     return read_register(&call, &read);
+}
+
+uint32_t i2ctool_get_no_cntrl(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
+                              int32_t count, const char *pipe, uint8_t *data)
+{
+    boarddiag::fifo_call call = {&i2c_frame, __func__, pipe, data, count, -1, 0};
+    const i2c_read read = {without_control, bus, addr, reg, reg_info, count};
+
+    return read_register(&call, &read);
+}
+
+uint32_t i2ctool_set(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
+                     const uint8_t *data, int32_t count, int32_t flag, uint8_t busbroker_req)
+{
+    const i2c_write write = {with_control, bus, addr, reg, reg_info, boarddiag::values_of(data, count), flag,
+                             busbroker_req};
+
+    return write_register(__func__, &write);
+}
+
+uint32_t i2ctool_set_no_cntrl(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
+                              const uint8_t *data, int32_t count, int32_t flag, uint8_t busbroker_req)
+{
+    const i2c_write write = {
+        without_control, bus, addr, reg, reg_info, boarddiag::values_of(data, count), flag, busbroker_req};
+
+    return write_register(__func__, &write);
 }

@@ -18,6 +18,10 @@
  * dies by signal n counts as exit code 128 + n, one that does not exist as exit code 127, and -1 says that no
  * process could be had, or that the program ignores SIGCHLD and so cannot learn how the tool ended.
  *
+ * Plain runs and reads of printed text make no FIFO. A read of text takes what the tool prints on its
+ * standard output and does not look at its exit status; of output without end, only about 1 MiB beyond the
+ * wanted bytes is read before the tool loses its reader.
+ *
  * Threads: the calls take no lock and keep no state. They may run at once when their FIFO paths differ; calls
  * that must not mix on the device are serialised by the caller.
  */
@@ -87,6 +91,419 @@ extern const struct reg_info reg8_data16;
  */
 uint32_t i2ctool_get(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
                      int32_t count, const char *pipe, uint8_t *data);
+
+/**
+ * i2ctool_get() with the option --no_control. Its trace and its messages are those of i2ctool_get(), under
+ * this function's name.
+ *
+ * @param bus      the bus as i2ctool expects it after --bus=; borrowed.
+ * @param addr     device address.
+ * @param reg      register; #REG8 and #REGBLK use its low 8 bits.
+ * @param reg_info how the register is addressed; borrowed.
+ * @param count    bytes to read; 0 or less reads nothing.
+ * @param pipe     path of the FIFO to use; borrowed.
+ * @param data     receives up to `count` bytes (at least 1); untouched when the call fails.
+ * @return as i2ctool_get(): 0, -1, #DIAG_ERR_FAILED or the raw wait status.
+ *
+ * Thread-safe for different FIFO paths.
+ */
+uint32_t i2ctool_get_no_cntrl(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
+                              int32_t count, const char *pipe, uint8_t *data);
+
+/**
+ * Writes values to a register of an I2C device with i2ctool.
+ *
+ * A value list that does not fit the command line is cut at its end, and the command runs as cut. In a dry
+ * run the finished command is reported as an error and nothing is run.
+ *
+ * @param bus           the bus as i2ctool expects it after --bus=; borrowed.
+ * @param addr          device address.
+ * @param reg           register; #REG8 uses its low 8 bits.
+ * @param reg_info      how the register is addressed; borrowed.
+ * @param data          the values, a byte each; borrowed.
+ * @param count         number of values; 0 or less writes an empty list.
+ * @param flag          0, or bits for the option --flag=: bit 0 asks for a packet error code ("pec").
+ * @param busbroker_req non-zero: the tool makes its access through the bus broker (--busbroker_req).
+ * @return 0, also in a dry run; -1 for a null `reg_info`, an invalid data width or register mode, and when
+ * the tool failed, whatever its exit code.
+ *
+ * Thread-safe.
+ */
+uint32_t i2ctool_set(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
+                     const uint8_t *data, int32_t count, int32_t flag, uint8_t busbroker_req);
+
+/**
+ * i2ctool_set() with the option --no_control. Its trace is that of i2ctool_set().
+ *
+ * @param bus           the bus as i2ctool expects it after --bus=; borrowed.
+ * @param addr          device address.
+ * @param reg           register; #REG8 uses its low 8 bits.
+ * @param reg_info      how the register is addressed; borrowed.
+ * @param data          the values, a byte each; borrowed.
+ * @param count         number of values; 0 or less writes an empty list.
+ * @param flag          0, or bits for the option --flag=: bit 0 asks for a packet error code.
+ * @param busbroker_req non-zero: the tool makes its access through the bus broker.
+ * @return as i2ctool_set(): 0 or -1.
+ *
+ * Thread-safe.
+ */
+uint32_t i2ctool_set_no_cntrl(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
+                              const uint8_t *data, int32_t count, int32_t flag, uint8_t busbroker_req);
+
+/* ---- Raw IPMI requests (access/ipmi) ---- */
+
+/**
+ * Reads a register through the platform's management controller: a register of an I2C device, or without a
+ * bus an OEM register. There is no dry run.
+ *
+ * The parameters are those of i2ctool_get(), so that a caller can switch.
+ *
+ * @param bus      "X-N" for bus number N in decimal (X is ignored), or null for the OEM command `addr`;
+ * borrowed.
+ * @param addr     device address; without a bus the OEM command, which must be 0x18.
+ * @param reg      register: its low 8 bits with a bus, all 16 without.
+ * @param reg_info with a bus only: must be given, and its mode be #REG8; the data width is not looked at.
+ * @param count    with a bus only: bytes to ask for.
+ * @param pipe     not used; may be null.
+ * @param data     receives the bytes that came: at most `count` with a bus, at most 255 without.
+ * @return 0 when at least one byte came; -1 when none did, for another OEM command or register mode, a null
+ * `reg_info` with a bus, a bus text without '-', or when the tool could not be started.
+ *
+ * Thread-safe.
+ */
+uint32_t ipmitool_get(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
+                      int32_t count, const char *pipe, uint8_t *data);
+
+/**
+ * Writes through the platform's management controller: consecutive registers of an I2C device, one request an
+ * item, or without a bus an OEM register. There is no dry run.
+ *
+ * @param bus      "X-N" for bus number N in decimal (X is ignored), or null for the OEM command `addr`;
+ * borrowed.
+ * @param addr     device address; without a bus the OEM command, which must be 0x19.
+ * @param reg      register of the first item (low 8 bits), each further item going to the next one modulo
+ * 256; without a bus all 16 bits.
+ * @param reg_info with a bus only: must be given, its mode be #REG8; the data width is that of an item.
+ * @param data     the bytes, an item's in the order in which they are sent; exactly 4 without a bus.
+ * Borrowed.
+ * @param count    with a bus only: number of bytes, of which 256 at most are written; even for 16-bit items;
+ *                 0 or less writes nothing.
+ * @param flag     with a bus only: bit 0 has the controller add a packet error code.
+ * @return 0; -1 for another OEM command, data width or register mode, a null `reg_info` with a bus, a bus
+ * text without '-', an odd `count` of 16-bit items (nothing is written then), or when a request failed: the
+ * items before it stay written.
+ *
+ * Thread-safe.
+ */
+uint32_t ipmitool_set(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
+                      const uint8_t *data, int32_t count, int32_t flag);
+
+/**
+ * Sends a raw IPMI request and takes a response of known length.
+ *
+ * In a dry run the tool runs all the same; the command is reported as an error and the call succeeds, unless
+ * the output begins with text.
+ *
+ * @param netfn     network function.
+ * @param cmd       command.
+ * @param req_len   number of request bytes.
+ * @param req_data  the request bytes; borrowed.
+ * @param resp_len  number of response bytes to take.
+ * @param resp_data receives exactly `resp_len` bytes, those that did not come as 0; untouched when the output
+ * has no bytes at all.
+ * @return 0, also when the output is an empty line; -1 when nothing came though `resp_len` is not 0, for a
+ * `resp_len` below 0 with a response, when the output begins with anything but a blank or a line end (without
+ * a message), or when the tool could not be started.
+ *
+ * Thread-safe.
+ */
+uint32_t ipmitool2_get(uint8_t netfn, uint8_t cmd, uint8_t req_len, const uint8_t *req_data, int32_t resp_len,
+                       uint8_t *resp_data);
+
+/**
+ * The same as ipmitool2_get(), for requests that set something: `resp_len` is 0 when no response is expected.
+ *
+ * @param netfn     network function.
+ * @param cmd       command.
+ * @param req_len   number of request bytes.
+ * @param req_data  the request bytes; borrowed.
+ * @param resp_len  number of response bytes to take.
+ * @param resp_data receives exactly `resp_len` bytes.
+ * @return as ipmitool2_get(): 0 or -1.
+ *
+ * Thread-safe.
+ */
+uint32_t ipmitool2_set(uint8_t netfn, uint8_t cmd, uint8_t req_len, const uint8_t *req_data, int32_t resp_len,
+                       uint8_t *resp_data);
+
+/* ---- I2C behind the management controller (access/ipmi_i2c) ---- */
+
+/**
+ * Reads values from an I2C device behind the management controller: one request that writes the register and
+ * then reads. There is no dry run.
+ *
+ * The parameters are those of i2ctool_get(), so that a caller can switch.
+ *
+ * @param bus      "X-N" for bus number N in decimal, at most 29 characters; borrowed.
+ * @param addr     device address as the controller takes it (8-bit form).
+ * @param reg      register; #REG16 sends its high byte first.
+ * @param reg_info #REG8 or #REG16, and the width of a value; borrowed.
+ * @param count    number of values. 16-bit values come most significant byte first and are stored in host
+ * order.
+ * @param pipe     not used; may be null.
+ * @param data     receives `count` values, those that did not come as 0.
+ * @return 0 when a response came, or none was asked for (`count` 0); -1 for a null `reg_info` or `data`, an
+ * invalid data width or register mode, a `count` below 0, when nothing came or what came does not begin
+ * with a blank (told at level 2), or when the tool could not be started; #DIAG_ERR_INVALID_ARG for a bus text
+ * without a number or longer than 29 characters.
+ *
+ * Thread-safe.
+ */
+uint32_t ipmii2c_get(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
+                     int32_t count, const char *pipe, uint8_t *data);
+
+/**
+ * ipmii2c_get() without a FIFO path; `data` is not checked.
+ *
+ * @param bus      "X-N" for bus number N in decimal, at most 29 characters; borrowed.
+ * @param addr     device address as the controller takes it (8-bit form).
+ * @param reg      register; #REG16 sends its high byte first.
+ * @param reg_info #REG8 or #REG16, and the width of a value; borrowed.
+ * @param count    number of values.
+ * @param data     receives `count` values, those that did not come as 0; must not be null.
+ * @return as ipmii2c_get(): 0, -1 or #DIAG_ERR_INVALID_ARG.
+ *
+ * Thread-safe.
+ */
+uint32_t ipmii2c2_get(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
+                      int32_t count, uint8_t *data);
+
+/**
+ * Writes values to an I2C device behind the management controller in one request, on demand with an SMBus
+ * packet error code that the library computes. There is no dry run. The tool's standard output is discarded.
+ *
+ * @param bus      "X-N" for bus number N in decimal, at most 29 characters; borrowed.
+ * @param addr     device address as the controller takes it: the 8-bit form, which the packet error code
+ * covers.
+ * @param reg      register; #REG16 sends its high byte first.
+ * @param reg_info #REG8 or #REG16, and the width of a value; borrowed.
+ * @param data     the values, 16-bit ones in host order (sent most significant byte first); borrowed.
+ * @param count    number of values; 0 or less sends the register alone. Register, values and packet error
+ * code together have at most 30 bytes.
+ * @param flag     non-zero appends the packet error code.
+ * @return 0; -1 for a null `reg_info`, an invalid data width or register mode, and when the tool failed;
+ * #DIAG_ERR_INVALID_ARG, with nothing run, for a bus text without a number or longer than 29 characters, and
+ * for a write of more than 30 bytes.
+ *
+ * Thread-safe.
+ */
+uint32_t ipmii2c_set(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
+                     const uint8_t *data, int32_t count, int32_t flag);
+
+/**
+ * ipmii2c_set() with the tool's error output discarded in place of its standard output.
+ *
+ * @param bus      "X-N" for bus number N in decimal, at most 29 characters; borrowed.
+ * @param addr     device address as the controller takes it (8-bit form).
+ * @param reg      register; #REG16 sends its high byte first.
+ * @param reg_info #REG8 or #REG16, and the width of a value; borrowed.
+ * @param data     the values, 16-bit ones in host order; borrowed.
+ * @param count    number of values; 0 or less sends the register alone.
+ * @param flag     non-zero appends the packet error code.
+ * @return as ipmii2c_set(): 0, -1 or #DIAG_ERR_INVALID_ARG.
+ *
+ * Thread-safe.
+ */
+uint32_t ipmii2c2_set(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
+                      const uint8_t *data, int32_t count, int32_t flag);
+
+/**
+ * One step of the SMBus packet error code: CRC-8, polynomial 0x07, most significant bit first, no reflection,
+ * no final XOR. From 0, the nine characters "123456789" give 0xf4.
+ *
+ * @param crc  the CRC so far, 0 at the start.
+ * @param data the next byte.
+ * @return the CRC with that byte.
+ *
+ * Thread-safe.
+ */
+uint8_t crc8(uint8_t crc, uint8_t data);
+
+/**
+ * Stores the SMBus packet error code over `first` and `buf` behind the bytes of `buf`.
+ *
+ * @param first the byte in front, as a rule the address byte.
+ * @param buf   the bytes, with room for `len` + 1.
+ * @param len   number of bytes; 0 or less covers `first` alone.
+ * @return 0.
+ *
+ * Thread-safe.
+ */
+uint32_t add_pec(uint8_t first, uint8_t *buf, int32_t len);
+
+/* ---- GPIO (access/gpio) ---- */
+
+/**
+ * Reads one GPIO pin with gpiotool. In a dry run nothing is run and `value` becomes 0x1a.
+ *
+ * @param chip  chip number.
+ * @param pin   pin number on that chip.
+ * @param pipe  path of the FIFO to use; borrowed, must not be null.
+ * @param value receives one byte, the pin's state; untouched when the call fails or nothing came.
+ * @return 0; #DIAG_ERR_FAILED when the FIFO could not be created or opened; otherwise the raw wait status.
+ *
+ * Thread-safe for different FIFO paths.
+ */
+uint32_t gpiotool_get(int32_t chip, int32_t pin, const char *pipe, uint8_t *value);
+
+/**
+ * Drives one GPIO pin with gpiotool, also in a dry run.
+ *
+ * @param chip          chip number.
+ * @param pin           pin number on that chip.
+ * @param value         the level, one byte; borrowed, must not be null.
+ * @param busbroker_req non-zero: the tool makes its access through the bus broker.
+ * @return 0, or the raw wait status of the failed tool.
+ *
+ * Thread-safe.
+ */
+uint32_t gpiotool_set(int32_t chip, int32_t pin, const uint8_t *value, uint8_t busbroker_req);
+
+/* ---- LPC (access/lpc) ---- */
+
+/**
+ * Reads LPC registers with lpctool. In a dry run nothing is run and the first byte of `data` becomes 0x1a.
+ *
+ * @param addr  address of the first register.
+ * @param count number of bytes, whatever `size` says; 0 or less reads nothing.
+ * @param size  the access size letter that lpctool is given, as a rule 'b'.
+ * @param pipe  path of the FIFO to use; borrowed.
+ * @param data  receives up to `count` bytes (at least 1); untouched when the call fails.
+ * @return 0; #DIAG_ERR_FAILED when the FIFO could not be created or opened; #DIAG_ERR_LPC_ACCESS when the
+ * tool failed.
+ *
+ * Thread-safe for different FIFO paths.
+ */
+uint32_t lpctool_get(uint32_t addr, int32_t count, char size, const char *pipe, uint8_t *data);
+
+/**
+ * Writes LPC registers with lpctool, also in a dry run. A value list that does not fit the command line is
+ * cut.
+ *
+ * @param addr          address of the first register.
+ * @param data          the values, a byte each; borrowed.
+ * @param count         number of values; 0 or less runs the tool with an empty list.
+ * @param size          the access size letter that lpctool is given, as a rule 'b'.
+ * @param busbroker_req non-zero: the tool makes its access through the bus broker.
+ * @return 0, or #DIAG_ERR_LPC_ACCESS when the tool failed.
+ *
+ * Thread-safe.
+ */
+uint32_t lpctool_set(uint32_t addr, const uint8_t *data, int32_t count, char size, uint8_t busbroker_req);
+
+/* ---- PCI configuration space (access/pci) ---- */
+
+/**
+ * Reads from the configuration space of a PCI function with pcitool. In a dry run nothing is run and the
+ * first byte of `data` becomes 0x1a. A failing tool is not reported.
+ *
+ * @param bus    bus number.
+ * @param device device number.
+ * @param func   function number.
+ * @param offset offset in the configuration space.
+ * @param data   receives up to `count` bytes (at least 1); untouched when the call fails.
+ * @param pipe   path of the FIFO to use; borrowed.
+ * @param count  number of bytes; 0, or more than INT32_MAX, reads nothing.
+ * @param width  access width in bits, as pcitool takes it.
+ * @return 0; #DIAG_ERR_FAILED when the FIFO could not be created or opened; otherwise the raw wait status.
+ *
+ * Thread-safe for different FIFO paths.
+ */
+uint32_t pcitool_get(uint32_t bus, uint32_t device, uint32_t func, uint32_t offset, uint8_t *data,
+                     const char *pipe, uint32_t count, uint32_t width);
+
+/**
+ * Writes to the configuration space of a PCI function with pcitool. In a dry run the command is printed at
+ * level 0 and nothing is run. A failing tool is not reported. A value list that does not fit the command line
+ * is cut.
+ *
+ * @param bus           bus number.
+ * @param device        device number.
+ * @param func          function number.
+ * @param offset        offset in the configuration space.
+ * @param data          the values, a byte each; borrowed.
+ * @param count         number of values; 0 runs the tool with an empty list.
+ * @param busbroker_req non-zero: the tool makes its access through the bus broker and is told the width.
+ * @param width         access width in bits, used with `busbroker_req` only.
+ * @return 0, also in a dry run; -1 when the tool failed.
+ *
+ * Thread-safe.
+ */
+uint32_t pcitool_set(uint32_t bus, uint32_t device, uint32_t func, uint32_t offset, const uint8_t *data,
+                     uint32_t count, uint8_t busbroker_req, uint32_t width);
+
+/* ---- Physical memory (access/mem) ---- */
+
+/**
+ * Reads physical memory with memtool. In a dry run nothing is run and the first byte of `data` becomes 0x1a.
+ *
+ * @param addr  physical address.
+ * @param count number of items.
+ * @param width width of an item in bits. A `count` x `width` of 0 or less, or above INT32_MAX, reads nothing.
+ * @param pipe  path of the FIFO to use; borrowed.
+ * @param be    non-zero: the tool gives each item most significant byte first (--be).
+ * @param data  receives up to `count` x `width` / 8 bytes (at least 1); untouched when the call fails.
+ * @return 0; #DIAG_ERR_FAILED when the FIFO could not be created or opened; otherwise the raw wait status.
+ *
+ * Thread-safe for different FIFO paths.
+ */
+uint32_t memtool_get(uint32_t addr, int32_t count, int32_t width, const char *pipe, uint8_t be,
+                     uint8_t *data);
+
+/**
+ * Writes physical memory with memtool, also in a dry run. A command line that would be too long is refused.
+ *
+ * @param addr      physical address.
+ * @param width     width of an item in bits: 8, 16, 32 or 64.
+ * @param data      the items, in host byte order; borrowed, of any alignment.
+ * @param count     number of items; 0 or less runs the tool with an empty list, whatever the width.
+ * @param busbroker non-zero: the tool makes its access through the bus broker (--busbroker).
+ * @return 0; #DIAG_ERR_FAILED for another width; -1, with nothing run, when memory for the value list could
+ * not be had or the command line would be longer than #SYS_CMD_MAX_SIZE - 1 characters; otherwise the raw
+ * wait status of the failed tool.
+ *
+ * Thread-safe.
+ */
+uint32_t memtool_set(uint32_t addr, int32_t width, const void *data, int32_t count, uint8_t busbroker);
+
+/* ---- Programs started without waiting (access/process) ---- */
+
+/**
+ * Starts a program with the argument "--get" and returns at once.
+ *
+ * The child runs without a shell, with the process's environment; reaping it is the caller's business. A
+ * child that cannot become the program reports that and ends with exit code 127.
+ *
+ * @param path  the program's path; borrowed.
+ * @param pipe  a FIFO path, passed as "--pipe=" and the path, or null for no such argument; borrowed.
+ * @param extra a further argument, or null; borrowed.
+ * @return 0 when there is a child; #DIAG_ERR_FAILED for a null `path` or when the process could not fork.
+ *
+ * Thread-safe.
+ */
+uint32_t epoll_generic_get(const char *path, const char *pipe, const char *extra);
+
+/**
+ * Starts a program with the argument "--set" and returns at once; else as epoll_generic_get().
+ *
+ * @param path  the program's path; borrowed.
+ * @param arg   an argument passed as it is, or null; borrowed.
+ * @param extra a further argument, or null; borrowed.
+ * @return 0 when there is a child; #DIAG_ERR_FAILED for a null `path` or when the process could not fork.
+ *
+ * Thread-safe.
+ */
+uint32_t epoll_generic_set(const char *path, const char *arg, const char *extra);
 
 BOARDDIAG_END_DECLS
 

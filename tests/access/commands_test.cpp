@@ -1,0 +1,224 @@
+/* SPDX-License-Identifier: MIT */
+// The device wrappers on the simulated board: the exact command line, all that they tell, the status, and
+// what the devices hold afterwards.
+#include <functional>
+
+#include "access/calls.h"
+
+// Under a sanitizer too, memory that cannot be had is no memory.
+extern "C" const char *__asan_default_options();
+extern "C" const char *__asan_default_options()
+{
+    return "allocator_may_return_null=1";
+}
+
+namespace {
+
+using Commands = Calls;
+
+TEST_F(Commands, I2c)
+{
+    const std::string head = "i2ctool_set: i2ctool --write --bus=3 --addr=0x50 --width=";
+    struct {
+        decltype(i2ctool_set) *set;
+        uint16_t reg;
+        const struct reg_info *info;
+        int32_t count, flag;
+        uint8_t broker;
+        std::string tail;
+    } const cases[] = {
+        {i2ctool_set, 0x110, &reg8_data8, 2, 0, 0, "8 --reg=0x10 --val=0x01,0xab"},
+        {i2ctool_set, 0x12, &reg8_data16, 2, 0, 7, "16 --busbroker_req --reg=0x12 --val=0x01,0xab"},
+        {i2ctool_set, 0x14, &reg8_data8, 1, 2, 0, "8 --flag= --reg=0x14 --val=0x01"},
+        {i2ctool_set, 0x15, &reg8_data8, 1, 3, 1, "8 --flag=pec --busbroker_req --reg=0x15 --val=0x01"},
+        {i2ctool_set, 0x16, &reg16_data8_le, 1, 1, 0, "8 --flag=pec --reg16=0x0016 --val=0x01 --reg_le"},
+        {i2ctool_set, 0x18, &regblk_datablk, 0, 0, 0, "8 --regblock=0x0018 --val="},
+        {i2ctool_set, 0x18, &reg16_data8_le, -1, 0, 0, "8 --reg16=0x0018 --val= --reg_le"},
+        {i2ctool_set_no_cntrl, 0, &reg8_data8, 0, 0, 0, "8 --no_control --reg=0x00 --val="},
+        {i2ctool_set_no_cntrl, 0, &reg8_data8, 0, 0, 1, "8 --busbroker_req --no_control --reg=0x00 --val="},
+        {i2ctool_set_no_cntrl, 0, &reg8_data8, 0, 1, 0, "8 --flag=pec --no_control --reg=0x00 --val="},
+        {i2ctool_set_no_cntrl, 0, &reg8_data8, 0, 1, 1,
+         "8 --flag=pec --busbroker_req --no_control --reg=0x00 --val="},
+    };
+    for (const auto &c : cases) {
+        expect(head + c.tail + "\n", 0, c.set, "3", 0x50, c.reg, c.info, two, c.count, c.flag, c.broker);
+    }
+    expect("i2ctool_get: i2ctool --read --bus=3 --addr=0x50 --count=7 --pipe=" + path +
+               " --width=8 --no_control --reg16=0x0010 --reg_le\n7 bytes read from the fifo\n",
+           0, i2ctool_get_no_cntrl, "3", 0x50, 0x10, &reg16_data8_le, 7, pipe, dest);
+    EXPECT_EQ(got(8), (bytes{0x01, 0xab, 0x01, 0xab, 0x01, 0x01, 0x01, 0xee}));
+}
+
+TEST_F(Commands, DryRunsAndRefusals)
+{
+    const reg_info bad_width = {7, 3, 0}, bad_mode = {3, DATABLK, 0};
+    const auto set = [&](const std::string &told, uint32_t status, const reg_info *info) {
+        expect(error_line("i2ctool_set", told + "\n"), status, i2ctool_set, "3", 0x50, 0x10, info, two, 2, 1,
+               1);
+    };
+    set_debug_enable(1);
+    set("Invalid reg_info pointer", minus_one, nullptr);
+    set("Invalid width size 3", minus_one, &bad_width);
+    set("Invalid Addressing mode 3", minus_one, &bad_mode);
+    set("i2ctool --write --bus=3 --addr=0x50 --width=8 --flag=pec --busbroker_req --reg=0x10 --val=0x01,0xab",
+        0, &reg8_data8);
+    expect("pcitool --write --bus=0x00 --dev=0x1f --func=0x00 --offset=0x40 --val=0x01,0xab\n", 0,
+           pcitool_set, 0, 31, 0, 0x40, two, 2, 0, 8);
+    expect("", 0, gpiotool_get, 0, 17, pipe, dest);
+    expect("", 0, lpctool_get, 0x200, 3, 'b', pipe, dest + 1);
+    expect("", 0, pcitool_get, 0, 31, 0, 8, dest + 2, pipe, 4, 8);
+    expect("", 0, memtool_get, 0x80000000, 2, 16, pipe, 1, dest + 3);
+    EXPECT_EQ(got(5), (bytes{0x1a, 0x1a, 0x1a, 0x1a, 0xee}));
+    EXPECT_TRUE(board.commands().empty());
+    // These know no dry run.
+    expect("Calling gpiotool --set --chip=0 --pin=17 --val=1\nbyte written to GPIO\n", 0, gpiotool_set, 0, 17,
+           two, 0);
+    expect("Calling lpctool --write --addr=0x00000090 --size=b --val=0x1\n1 bytes written to lpc\n", 0,
+           lpctool_set, 0x90, two, 1, 'b', 0);
+    expect("Calling memtool --write --addr=0x00000100 --width=8 --val=0x1\n1 bytes written to memory\n", 0,
+           memtool_set, 0x100, 8, two, 1, 0);
+    EXPECT_EQ(board.commands().size(), 3u);
+    set_debug_enable(0);
+}
+
+TEST_F(Commands, GpioLpcPciAndMemory)
+{
+    const uint8_t high = 0xff, values[] = {0x00, 0x0a, 0xff};
+    const uint16_t words[] = {0x1234, 0x5};
+    const uint64_t longs[] = {UINT64_MAX, 0x0123456789abcdef};
+    const std::string lpc = "Calling lpctool --write --addr=0x00000090 --size=b ";
+    const std::string pci = "pcitool_set: pcitool --write --bus=0x00 --dev=0x1f --func=0x00 --offset=0x40";
+    const std::string mem = "Calling memtool --write --addr=0x8000000",
+                      mem_get = "Calling memtool --get --addr=0x80000000";
+
+    expect("Calling gpiotool --set --chip=0 --pin=17 --val=255 --busbroker_req\nbyte written to GPIO\n", 0,
+           gpiotool_set, 0, 17, &high, 1);
+    expect("1 bytes read from the fifo\n", 0, gpiotool_get, 0, 17, pipe, dest);
+    EXPECT_EQ(board.commands().back(), "gpiotool --get --chip=0 --pin=17 --pipe=" + path);
+    expect(lpc + "--val=0x0,0xa,0xff\n3 bytes written to lpc\n", 0, lpctool_set, 0x90, values, 3, 'b', 0);
+    expect(lpc + "--busbroker_req  --val=\n-2 bytes written to lpc\n", 0, lpctool_set, 0x90, values, -2, 'b',
+           1);
+    expect("3 bytes read from the fifo\n", 0, lpctool_get, 0x90, 3, 'w', pipe, dest + 1);
+    EXPECT_EQ(board.commands().back(), "lpctool --get --addr=0x00000090 --size=w --count=3 --pipe=" + path);
+    EXPECT_EQ(got(5), (bytes{0xff, 0x00, 0x0a, 0xff, 0xee}));
+
+    expect(pci + " --val=0x01,0xab\n", 0, pcitool_set, 0, 31, 0, 0x40, two, 2, 0, 8);
+    expect(pci + " --busbroker_req --width=8 --val=\n", 0, pcitool_set, 0, 31, 0, 0x40, two, 0, 1, 8);
+    expect("pcitool_get: pcitool --get --bus=0 --dev=31 --func=0 --offset=0x40 --pipe=" + path +
+               " --count=2 --width=8\n2 bytes read from the fifo\n",
+           0, pcitool_get, 0, 31, 0, 0x40, dest, pipe, 2, 8);
+    EXPECT_EQ(got(3), (bytes{0x01, 0xab, 0xee}));
+
+    expect("Calling memtool --write --busbroker --addr=0x80000000 --width=16 --val=0x1234,0x5\n"
+           "2 bytes written to memory\n",
+           0, memtool_set, 0x80000000, 16, words, 2, 1);
+    expect(mem + "4 --width=64 --val=0xffffffffffffffff,0x123456789abcdef\n2 bytes written to memory\n", 0,
+           memtool_set, 0x80000004, 64, longs, 2, 0);
+    expect(mem + "0 --width=32 --val=\n0 bytes written to memory\n", 0, memtool_set, 0x80000000, 32, words,
+           -5, 0);
+    expect(mem_get + " --count=3 --width=16 --pipe=" + path + " --be\n6 bytes read from the fifo\n", 0,
+           memtool_get, 0x80000000, 3, 16, pipe, 1, dest);
+    EXPECT_EQ(got(7), (bytes{0x12, 0x34, 0x00, 0x05, 0xff, 0xff, 0xee}));
+    expect(mem_get + " --count=2 --width=64 --pipe=" + path + "\n16 bytes read from the fifo\n", 0,
+           memtool_get, 0x80000000, 2, 64, pipe, 0, dest);
+    EXPECT_EQ(got(17), (bytes{0x34, 0x12, 5, 0, 255, 255, 255, 255, 255, 255, 255, 255, 0xef, 0xcd, 0xab,
+                              0x89, 0xee}));
+}
+
+TEST_F(Commands, MemoryRefusals)
+{
+    const std::vector<uint64_t> many(501, 5);
+    const std::string head = "memtool --write --addr=0x00000010 --width=";
+    std::string list = "0x5";
+    for (int i = 1; i < 501; i++) {
+        list += ",0x5";
+    }
+    const auto refused = [&](const std::string &told, uint32_t status, int32_t width, int32_t count) {
+        expect(told, status, memtool_set, 0x10, width, many.data(), count, 0);
+    };
+    const std::string bad_width =
+        error_line("memtool_set", "Invalid width. Only 8, 16, 32 and 64 are supported widths.\n");
+    refused(bad_width, DIAG_ERR_FAILED, 24, 1);
+    refused(bad_width, DIAG_ERR_FAILED, -16, 1);
+    refused(error_line("memtool_set", "Could not allocate space for params of memtool\n"), minus_one,
+            INT32_MAX, INT32_MAX);
+    refused(error_line("memtool_set", "The length of command is longer than SYS_CMD_MAX_SIZE\n") +
+                "The length of sys_cmd: 51\nsys_cmd:" + head + "64 --val=\n" +
+                ("The length of data: 2003\ndata:\n" + list).substr(0, 1023),
+            minus_one, 64, 501);
+    EXPECT_TRUE(board.commands().empty());
+    set_verb_level(0);
+    EXPECT_EQ(memtool_set(0x10, 64, many.data(), 499, 0), 0u);
+    EXPECT_EQ(board.commands().back().size(), 2046u); // one item more does not fit
+    EXPECT_EQ(memtool_set(0x10, 64, many.data(), 500, 0), minus_one);
+    EXPECT_EQ(memtool_set(0x10, 24, many.data(), 0, 0), 512u); // memtool's own refusal of the width
+    EXPECT_EQ(board.commands().back(), head + "24 --val=");
+}
+
+TEST_F(Commands, LongValueListsAreCut)
+{
+    const bytes many(1000, 0x55);
+    i2ctool_set("3", 0x50, 0, &reg16_data8_le, many.data(), 1000, 0, 0);
+    EXPECT_TRUE(board.commands().back().ends_with(",0x55,0x55,")); // and no --reg_le
+    lpctool_set(0, many.data(), 1000, 'b', 0);
+    pcitool_set(0, 31, 0, 0, many.data(), 1000, 0, 8);
+    for (const std::string &command : board.commands()) {
+        EXPECT_EQ(command.size(), 2047u);
+    }
+}
+
+TEST_F(Commands, FailedToolsAndFifos)
+{
+    std::string here = path;
+    struct {
+        const char *name;
+        std::function<uint32_t()> call;
+        std::string failed; // behind the mark; empty: silent
+        uint32_t status;    // 0: the raw one
+        std::string create_failed = {};
+    } const cases[] = {
+        {"i2ctool_set", [&] { return i2ctool_set("3", 0x50, 0, &reg8_data8, two, 1, 0, 0); },
+         "Error writing to I2C device\n", minus_one},
+        {"i2ctool_get_no_cntrl",
+         [&] { return i2ctool_get_no_cntrl("3", 0x50, 0, &reg8_data8, 1, here.c_str(), dest); },
+         "Error Reading from I2C\n", 0},
+        {"ipmii2c_set", [] { return ipmii2c_set("0-3", 0xa0, 0, &reg8_data8, two, 1, 0); },
+         "Error writing to I2C device\n", minus_one},
+        {"gpiotool_set", [] { return gpiotool_set(0, 1, two, 0); }, "Error Writing to GPIO\n", 0},
+        {"lpctool_set", [] { return lpctool_set(0, two, 1, 'b', 0); }, "Error Writing to LPC\n",
+         DIAG_ERR_LPC_ACCESS},
+        {"pcitool_set", [] { return pcitool_set(0, 31, 0, 0, two, 1, 0, 8); }, "", minus_one},
+        {"memtool_set", [] { return memtool_set(0, 8, two, 1, 0); }, "Error Writing to  MEM\n", 0},
+        {"gpiotool_get", [&] { return gpiotool_get(0, 1, here.c_str(), dest); }, "Error Reading from GPIO\n",
+         0, "Error Creating GPIO pipe\n"},
+        {"lpctool_get", [&] { return lpctool_get(0, 1, 'b', here.c_str(), dest); },
+         "Error Reading from LPC\n", DIAG_ERR_LPC_ACCESS, "Error Creating LPC pipe\n"},
+        {"pcitool_get", [&] { return pcitool_get(0, 31, 0, 0, dest, here.c_str(), 1, 8); }, "", 0,
+         "Error Creating PCI pipe " + path + "/none\n"},
+        {"memtool_get", [&] { return memtool_get(0, 1, 8, here.c_str(), 0, dest); },
+         "Error Reading from MEM\n", 0, "Error Creating Mem pipe\n"},
+    };
+    for (const auto &[fault, raw] : {std::pair{"exit 2", 512u}, {"signal 9", 137u << 8}}) {
+        std::string faults;
+        for (const char *tool : {"i2ctool", "ipmitool", "gpiotool", "lpctool", "pcitool", "memtool"}) {
+            faults += tool + " 0 "s + fault + "\n";
+        }
+        board.set_faults(faults);
+        for (const auto &c : cases) {
+            uint32_t status = 0;
+            EXPECT_EQ(diagtest::console_of([&] { status = c.call(); }),
+                      c.failed.empty() ? "" : error_line(c.name, "FAILED <<<---\n" + c.failed));
+            EXPECT_EQ(status, c.status != 0 ? c.status : raw) << fault << ' ' << c.name;
+        }
+    }
+    here += "/none"; // in a folder that is not there
+    for (const auto &c : cases) {
+        if (!c.create_failed.empty()) {
+            EXPECT_EQ(diagtest::console_of([&] { EXPECT_EQ(c.call(), DIAG_ERR_FAILED); }),
+                      error_line(c.name, c.create_failed));
+        }
+    }
+    EXPECT_EQ(got(1), bytes{0xee});
+}
+
+} // namespace

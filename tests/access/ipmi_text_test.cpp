@@ -1,0 +1,116 @@
+/* SPDX-License-Identifier: MIT */
+// The parsers of the IPMI wrappers and the packet error code, on text and bytes alone.
+#include <gtest/gtest.h>
+
+#include <boarddiag.h>
+
+#include "access/ipmi_text.h"
+
+using bytes = std::vector<uint8_t>;
+using namespace std::string_literals;
+
+namespace {
+
+constexpr int none = -99;
+
+TEST(IpmiText, BusTexts)
+{
+    struct {
+        const char *text;
+        int behind_dash, second_piece; // none: there is none
+    } const cases[] = {
+        {"0-3", 3, 3}, {"1--3", -3, 3}, {"-3", 3, none}, {"3", none, none},     {"", none, none},
+        {"a-b", 0, 0}, {"0-", 0, none}, {"0-5x", 5, 5},  {"--1--12-7", -1, 12},
+    };
+    for (const auto &c : cases) {
+        int behind_dash = none, second_piece = none;
+        EXPECT_EQ(boarddiag::bus_number_behind_dash(c.text, &behind_dash), c.behind_dash != none);
+        EXPECT_EQ(boarddiag::bus_number_of_second_piece(c.text, &second_piece), c.second_piece != none);
+        EXPECT_EQ(behind_dash, c.behind_dash) << c.text;
+        EXPECT_EQ(second_piece, c.second_piece) << c.text;
+    }
+}
+
+TEST(IpmiText, PairsAnywhereInALine)
+{
+    struct {
+        std::string line;
+        size_t room;
+        bytes stored;
+    } const cases[] = {
+        {" 1a 2b\n", 9, {0x1a, 0x2b}},
+        {"1a2b3", 9, {0x1a, 0x2b, 0x03}},      // a half pair is its one digit
+        {"  1 2\n", 9, {0x01, 0x02}},          // "1 " and "2"
+        {" 0x1f zz\n", 9, {0x00, 0x1f, 0x00}}, // what is no digit ends a number
+        {" 1a 2b 3c\n", 2, {0x1a, 0x2b}},
+        {" 1a\0 2b"s, 9, {0x1a}},
+        {" 1\0a"s, 9, {0x01}},
+        {"  \n", 9, {}},
+        {"", 9, {}},
+    };
+    for (const auto &c : cases) {
+        bytes dest(c.room);
+        dest.resize(boarddiag::store_pairs(c.line, dest));
+        EXPECT_EQ(dest, c.stored) << c.line;
+    }
+}
+
+using taker = bool (*)(boarddiag::placed_pairs *, std::string_view);
+
+// Each text whole and in pieces of every small size: where it is cut must not matter.
+void expect_pairs(taker take, const std::string &text, const bytes &expected)
+{
+    for (size_t piece = 1; piece <= text.size() + 1; piece++) {
+        bytes dest(expected.size(), 0xee);
+        boarddiag::placed_pairs pairs = {};
+        pairs.dest = dest;
+        for (size_t at = 0; at < text.size() && take(&pairs, std::string_view(text).substr(at, piece));
+             at += piece) {
+        }
+        boarddiag::end_pairs(&pairs);
+        EXPECT_EQ(dest, expected) << text << " in pieces of " << piece;
+    }
+}
+
+TEST(IpmiText, PairsAtTheirPlaces)
+{
+    struct {
+        std::string text;
+        bytes lines, block;
+    } const cases[] = {
+        {" 1a 2b\n 3c\n", {0x1a, 0x2b, 0x3c, 0}, {0x1a, 0x2b, 0x03, 0}},
+        {" 1a    2b  \n 3c", {0x1a, 0, 0x2b, 0x3c}, {0x1a, 0, 0x2b, 0}}, // blanks inside a line are a 0
+        {" 1a 2", {0x1a, 0x02, 0}, {0x1a, 0x02, 0}},
+        {" 1a\0 2b\n 3c"s, {0x1a, 0x3c, 0}, {0x1a, 0x02, 0}}, // a NUL hides the rest of a line
+        {" 1a\nText 2b\n 3c\n", {0x1a, 0, 0}, {0x1a, 0, 0}},
+        {" 1a\n\n 2b\n", {0x1a, 0x2b}, {0x1a, 0}},
+        {" -1 +a zz x1\n", {0xff, 0x0a, 0, 0}, {0xff, 0x0a, 0, 0}}, // as strtol() reads them
+        {" 1a 2b 3c", {0x1a}, {0x1a}},
+        {"", {0, 0}, {0, 0}},
+    };
+    for (const auto &c : cases) {
+        expect_pairs(boarddiag::take_lines, c.text, c.lines);
+        expect_pairs(boarddiag::take_block, c.text, c.block);
+    }
+    const std::string line = " 00 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f\n";
+    const bytes expected{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 0x10, 0x11, 0};
+    expect_pairs(boarddiag::take_block, line + " 10 11\n", expected);
+    expect_pairs(boarddiag::take_lines, line + " 10 11\n", expected);
+}
+
+TEST(Pec, KnownValues)
+{
+    uint8_t crc = 0;
+    for (const char c : "123456789"s) {
+        crc = crc8(crc, static_cast<uint8_t>(c));
+    }
+    EXPECT_EQ(crc, 0xf4);
+    uint8_t buf[] = {0x10, 0x01, 0xee, 0xee};
+    EXPECT_EQ(add_pec(0xa0, buf, 2), 0u);
+    EXPECT_EQ(buf[2], 0x18);
+    EXPECT_EQ(buf[3], 0xee);
+    add_pec(0xa0, buf, 0);
+    EXPECT_EQ(buf[0], crc8(0, 0xa0));
+}
+
+} // namespace

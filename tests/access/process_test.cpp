@@ -1,0 +1,65 @@
+/* SPDX-License-Identifier: MIT */
+// Programs that are started without waiting for them.
+#include <cstdio>
+
+#include "access/calls.h"
+
+namespace {
+
+class Process : public Calls {
+  protected:
+    std::string program = become("printf '[%s]' \"$@\" $MARK >" + path);
+
+    // The exit code of the one child.
+    static int ended()
+    {
+        int status = 0;
+        EXPECT_GT(waitpid(-1, &status, 0), 0);
+        return WEXITSTATUS(status);
+    }
+
+    std::string arguments() const
+    {
+        std::string text;
+        std::getline(std::ifstream(path), text);
+        return text;
+    }
+};
+
+TEST_F(Process, ArgumentVectors)
+{
+    setenv("MARK", "environment", 1);
+    const std::string long_pipe(3000, 'p');
+    struct {
+        decltype(epoll_generic_get) *call;
+        const char *argument, *extra;
+        std::string expected;
+    } const cases[] = {
+        {epoll_generic_get, nullptr, nullptr, "[--get]"},
+        {epoll_generic_get, "/tmp/ep", nullptr, "[--get][--pipe=/tmp/ep]"},
+        {epoll_generic_get, nullptr, "a b", "[--get][a b]"},
+        {epoll_generic_get, "$HOME;", "x", "[--get][--pipe=$HOME;][x]"},
+        {epoll_generic_get, long_pipe.c_str(), nullptr, "[--get][--pipe=" + long_pipe.substr(0, 2040) + "]"},
+        {epoll_generic_set, "--val=1", "x", "[--set][--val=1][x]"},
+        {epoll_generic_set, long_pipe.c_str(), nullptr, "[--set][" + long_pipe + "]"},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(c.call(program.c_str(), c.argument, c.extra), 0u);
+        EXPECT_EQ(ended(), 0);
+        EXPECT_EQ(arguments(), c.expected + "[environment]");
+    }
+}
+
+TEST_F(Process, NoProgram)
+{
+    EXPECT_EQ(diagtest::console_of([&] {
+                  printf("of the parent\n"); // still in the buffer when the child is made
+                  EXPECT_EQ(epoll_generic_get("/no/such/program", nullptr, nullptr), 0u);
+                  EXPECT_EQ(ended(), 127);
+              }),
+              error_line("epoll_generic_get", "Error while execve. Error code 2\n") + "of the parent\n");
+    expect(error_line("epoll_generic_set", "Rx NULL pointers\n"), DIAG_ERR_FAILED, epoll_generic_set, nullptr,
+           "x", nullptr);
+}
+
+} // namespace
