@@ -10,7 +10,9 @@
 #ifndef BOARDDIAG_H
 #define BOARDDIAG_H
 
+#include <boarddiag/busbroker.h>
 #include <boarddiag/core.h>
+#include <boarddiag/timer.h>
 #include <boarddiag/version.h>
 
 #endif
