@@ -118,14 +118,13 @@ struct busbroker_tx_node {
     uint32_t transac_id; /**< the request's transaction id */
     uint32_t length;     /**< characters of the frame */
     uint32_t countdown;  /**< milliseconds until the next send; 0: due */
-    uint32_t interval;  /**< milliseconds that the countdown starts from at each send; 0 counts as one tick */
-    uint8_t flags;      /**< BB_REQ_ flags */
-    uint8_t send_count; /**< sends so far; a failed one counts 2 */
+    uint32_t interval;   /**< milliseconds loaded into the countdown at each send; 0 counts as one tick */
+    uint8_t flags;       /**< BB_REQ_ flags */
+    uint8_t send_count;  /**< sends so far; a failed one counts 2 */
     struct busbroker_tx_node *next;
     /* private fields of the library follow; all are valid when zero */
-    uint8_t
-        answered;    /* a status that completes the request is filed: it is not sent, nor holds back others */
-    uint8_t bounded; /* resp_room holds */
+    uint8_t answered;   /* a status that completes the request is filed: it is neither sent nor waited for */
+    uint8_t bounded;    /* resp_room holds */
     uint32_t resp_room; /* response bytes that the waiting caller's buffer takes */
 };
 
@@ -187,10 +186,9 @@ struct tool_info {
     pthread_mutex_t rx_mutex;              /**< guards rx_queue and its nodes */
     uint8_t timeout_flag; /**< 1: a tick came; atomic, set by timeout_update(), cleared by a transmit pass */
     /* private fields of the library follow; all are atomic and valid when zero */
-    uint32_t tx_wake;    /* raised when the transmit thread has work; it sleeps on this word */
-    uint32_t tx_started; /* non-zero once the transmit thread runs */
-    uint32_t
-        resp_wake[64]; /* raised when a request is over; callers sleep on the word of their transaction */
+    uint32_t tx_wake;       /* raised when the transmit thread has work; it sleeps on this word */
+    uint32_t tx_started;    /* non-zero once the transmit thread runs */
+    uint32_t resp_wake[64]; /* raised when a request is over; each caller sleeps on one of these words */
 };
 
 uint32_t update_request(struct busbroker_req_resp *req, const char *dev_id, const char *dev_name,
