@@ -14,7 +14,7 @@
 namespace {
 
 std::mutex count_mutex;
-std::map<uint32_t, int> frame_counts;
+auto &frame_counts = *new std::map<uint32_t, int>; // the broker outlives static objects
 
 uint32_t hex_at(const std::string &frame, size_t offset, size_t width)
 {
@@ -73,7 +73,7 @@ namespace diagtest {
 
 tool_info *new_client()
 {
-    static std::vector<tool_info *> clients; // keeps them reachable
+    static auto &clients = *new std::vector<tool_info *>; // keeps them reachable
     auto *tool = clients.emplace_back(new tool_info{});
     tool->tool_id = 3;
     tool->inst_id = 1;
