@@ -12,10 +12,10 @@ inline constexpr uint32_t more_input = 0;
 inline constexpr uint32_t step_done = 1;
 inline constexpr uint32_t step_failed = 2;
 
-/* ---- receive_fields.cpp ---- */
-
 /// Characters of the buffer that the number fields are collected in.
 inline constexpr uint32_t number_buffer_size = 10;
+
+/* ---- receive_table.cpp ---- */
 
 /// Releases the frame being read: its record and the field buffer, which may be the record's own text.
 void release_frame(tool_info &tool);

@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "busbroker/frame.h"
 #include "busbroker/receive.h"
+#include "busbroker/receive_rules.h"
 #include "core/report.h"
 
+using boarddiag::excess;
+using boarddiag::field_rule;
+using boarddiag::field_rules;
 using boarddiag::more_input;
 using boarddiag::number_buffer_size;
 using boarddiag::step_done;
@@ -17,62 +20,6 @@ using boarddiag::wire_fields;
 using boarddiag::wire_index;
 
 namespace {
-
-/// What becomes of a number above its limit.
-enum class excess { keep, refuse, refuse_unseen };
-
-/// How a field is told and checked; what stands for a number only, or for a text only, is unused in the
-/// other.
-struct field_rule {
-    const char *format;
-    int level;
-    const char *first_format = nullptr; // a notice in front of the other one, at the same level
-    uint32_t limit = UINT32_MAX;
-    excess above_limit = excess::keep;
-    const char *excess_format =
-        nullptr; // told of a number above its limit; instead of the value when that is kept
-    int excess_level = 0;
-    bool tell_empty = true;
-    bool in_record =
-        false; // a text that the record holds, cleared, while it arrives; missing memory is not told
-};
-
-constexpr const char data_format[] = "Rx data = %s of len %d\n";
-
-constexpr field_rule field_rules[] = {
-    {.format = "Rx tool id = %d\n", .level = 1},
-    {.format = "Rx instance id = %d\n", .level = 1},
-    {.format = "Rx transaction id = %d\n", .level = 1},
-    {.format = "Rx dev id len = %d\n",
-     .level = 1,
-     .limit = 32,
-     .excess_format = "Device id length [%d] exceeded max allowed dev id len [%d]\n"},
-    {.format = "dev_id = %s\n", .level = 1},
-    {.format = "Rx dev name len = %d\n",
-     .level = 1,
-     .first_format = "dev_name_len = %d\n",
-     .limit = 32,
-     .excess_format = "Device name length [%d] exceeded max allowed dev name len [%d]\n"},
-    {.format = "dev_name = %s\n", .level = 1},
-    {.format = "Rx request priority = 0x%x\n",
-     .level = 1,
-     .limit = 2,
-     .above_limit = excess::refuse,
-     .excess_format = "Invalid prority values \n"},
-    {.format = "Rx request type = 0x%x\n",
-     .level = 3,
-     .limit = 7,
-     .above_limit = excess::refuse,
-     .excess_format = "Invalid req type \n",
-     .excess_level = 2},
-    {.format = "transac indication = 0x%x\n", .level = 3, .limit = 5, .above_limit = excess::refuse_unseen},
-    {.format = "Rx total data length = %d\n", .level = 1},
-    {.format = "Rx support data length = %d\n", .level = 1},
-    {.format = data_format, .level = 3, .in_record = true},
-    {.format = data_format, .level = 3, .tell_empty = false, .in_record = true},
-    {.format = "Rx CRC = 0x%x\n", .level = 3},
-};
-static_assert(sizeof field_rules / sizeof field_rules[0] == wire_field_count, "a rule for each field");
 
 constexpr uint64_t each_byte(uint8_t byte)
 {
@@ -294,20 +241,6 @@ template <uint32_t index> uint32_t read_text(const char *function, void *context
 }
 
 } // namespace
-
-void boarddiag::release_frame(tool_info &tool)
-{
-    busbroker_req_resp *record = tool.rx_record;
-    const bool in_record =
-        record != nullptr && (tool.field_buf == record->data || tool.field_buf == record->support_data ||
-                              tool.field_buf == record->dev_id || tool.field_buf == record->dev_name);
-    if (!in_record) {
-        free(tool.field_buf);
-    }
-    free_req_memory(record);
-    tool.field_buf = nullptr;
-    tool.rx_record = nullptr;
-}
 
 uint32_t busbroker_rx_complt_curnt_state_data(struct tool_info *tool)
 {

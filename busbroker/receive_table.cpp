@@ -120,6 +120,20 @@ uint32_t deliver(tool_info &tool, void *argument, busbroker_req_resp *record)
 
 } // namespace
 
+void boarddiag::release_frame(tool_info &tool)
+{
+    busbroker_req_resp *record = tool.rx_record;
+    const bool in_record =
+        record != nullptr && (tool.field_buf == record->data || tool.field_buf == record->support_data ||
+                              tool.field_buf == record->dev_id || tool.field_buf == record->dev_name);
+    if (!in_record) {
+        free(tool.field_buf);
+    }
+    free_req_memory(record);
+    tool.field_buf = nullptr;
+    tool.rx_record = nullptr;
+}
+
 uint32_t busbroker_req_resp_header_proc(void *context, void *)
 {
     auto *tool = static_cast<tool_info *>(context);

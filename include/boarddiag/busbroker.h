@@ -1,4 +1,9 @@
 /* SPDX-License-Identifier: MIT */
+/**
+ * @file
+ * The bus broker client: the request and response record with its ASCII frame, the receive state machine, the
+ * transport threads, the queues and the request call.
+ */
 #ifndef BOARDDIAG_BUSBROKER_H
 #define BOARDDIAG_BUSBROKER_H
 
@@ -15,99 +20,195 @@ BOARDDIAG_BEGIN_DECLS
 struct _xmlNode;
 struct tool_info;
 
-enum { BB_REQ_READ = 2, BB_REQ_WRITE = 3, BB_REQ_OTF_DEV_ID = 5, BB_REQ_BUS_DEV_ACCESS = 6 };
-enum { BB_REQ_NO_WAIT = 0x01, BB_REQ_ACK_DONE = 0x02 };
+/* ---- The record and its frame (busbroker/frame, data_text, update_request) ---- */
+
+/** Request types (req_type); 0, 1, 4 and 7 travel with an empty data text. */
 enum {
-    BB_RESP_SUCCESS = 0x01,
-    BB_RESP_ACK = 0x02,
-    BB_RESP_NOT_FOUND = 0x20,
-    BB_RESP_FAILED = 0x40,
-    BB_RESP_FORMAT_ERROR = 0x80
+    BB_REQ_READ = 2,          /**< read `count` bytes at `addr` */
+    BB_REQ_WRITE = 3,         /**< write `count` bytes at `addr` */
+    BB_REQ_OTF_DEV_ID = 5,    /**< ask for a dynamic device identifier */
+    BB_REQ_BUS_DEV_ACCESS = 6 /**< ask for access to a bus device */
 };
 
+/** Request flags (flags). */
+enum {
+    BB_REQ_NO_WAIT = 0x01, /**< the request call returns at once and the frame is sent again for ever */
+    BB_REQ_ACK_DONE = 0x02 /**< an acknowledgement already completes the request */
+};
+
+/** Status bits of a response. */
+enum {
+    BB_RESP_SUCCESS = 0x01,     /**< done; data may come with it */
+    BB_RESP_ACK = 0x02,         /**< the broker has the request */
+    BB_RESP_NOT_FOUND = 0x20,   /**< the broker does not know the request (type 0 only) */
+    BB_RESP_FAILED = 0x40,      /**< any other answer */
+    BB_RESP_FORMAT_ERROR = 0x80 /**< a success whose data could not be read */
+};
+
+/**
+ * A bus broker request or response.
+ *
+ * The fields from tool_id to crc travel in the frame; those behind them are the parameters of a request and
+ * stay zero in a received record. In a request dev_id and dev_name are the caller's texts, borrowed until the
+ * request call returns; in a received record they are allocated and its own, like data and support_data
+ * always are (free_req_memory()). Texts end with a zero, the length fields hold their lengths. A zeroed
+ * record is a valid start.
+ *
+ * No lock guards a record: it is used by one thread and for one request at a time.
+ */
 struct busbroker_req_resp {
-    uint8_t tool_id;
-    uint32_t inst_id;
-    uint32_t transac_id;
-    uint8_t dev_id_len;
-    const char *dev_id;
-    uint8_t dev_name_len;
-    const char *dev_name;
-    uint32_t req_prio;
-    uint32_t req_type;
-    uint8_t transac_ind;
-    uint16_t data_len;
-    uint8_t support_data_len;
-    char *data;
-    char *support_data;
-    uint32_t crc;
-    uint32_t addr;
-    uint16_t count;
-    uint8_t width;
-    uint8_t code;
-    uint8_t bus_arg1;
-    uint8_t bus_arg2;
-    uint8_t asset_flag;
-    uint8_t bus_arg3;
-    uint8_t bus_arg4;
-    char asset_id[32];
-    uint16_t otf_id;
-    uint16_t otf_arg;
-    uint8_t *resp_buf;
-    const uint8_t *write_data;
-    uint8_t flags;
-    uint8_t support_count;
-    uint32_t retry_ms;
-    const uint8_t *support_bytes;
+    uint8_t tool_id;          /**< the diagnostic tool, at most 22 in a valid response */
+    uint32_t inst_id;         /**< instance of the tool */
+    uint32_t transac_id;      /**< transaction; a response carries the id of its request */
+    uint8_t dev_id_len;       /**< characters of dev_id */
+    const char *dev_id;       /**< device identifier */
+    uint8_t dev_name_len;     /**< characters of dev_name */
+    const char *dev_name;     /**< device name */
+    uint32_t req_prio;        /**< priority, 0 to 2 */
+    uint32_t req_type;        /**< request type, 0 to 7 (BB_REQ_READ and the others) */
+    uint8_t transac_ind;      /**< transaction indication, 0 to 5 */
+    uint16_t data_len;        /**< characters of data */
+    uint8_t support_data_len; /**< characters of support_data */
+    char *data;               /**< text that depends on the request type; allocated, the record's own */
+    char *support_data; /**< support bytes as text; allocated, the record's own; null when there are none */
+    uint32_t crc;       /**< checksum of the fields above (calculate_crc()) */
+
+    uint32_t addr;                /**< types 2 and 3: address to read or write */
+    uint16_t count;               /**< types 2 and 3: number of bytes */
+    uint8_t width;                /**< types 2 and 3: width, as the broker takes it */
+    uint8_t code;                 /**< types 2 and 3: code, as the broker takes it */
+    uint8_t bus_arg1;             /**< type 6: first value */
+    uint8_t bus_arg2;             /**< type 6: second value */
+    uint8_t asset_flag;           /**< type 6: non-zero leaves asset_id out */
+    uint8_t bus_arg3;             /**< type 6: third value */
+    uint8_t bus_arg4;             /**< type 6: fourth value; its first two decimal digits travel */
+    char asset_id[32];            /**< type 6: asset identifier, at most 31 characters */
+    uint16_t otf_id;              /**< type 5: number whose identifier is asked for */
+    uint16_t otf_arg;             /**< type 5: second value; its first four decimal digits travel */
+    uint8_t *resp_buf;            /**< where response bytes are copied; the caller's, may be null */
+    const uint8_t *write_data;    /**< type 3: the `count` bytes to write; the caller's */
+    uint8_t flags;                /**< BB_REQ_NO_WAIT, BB_REQ_ACK_DONE; other bits have no effect */
+    uint8_t support_count;        /**< number of support_bytes, at most 85 */
+    uint32_t retry_ms;            /**< retransmission interval in milliseconds */
+    const uint8_t *support_bytes; /**< bytes that go along with any request; the caller's */
 };
 
-/* state machine engine; a handler returns 0 = needs more input, 1 = done, 2 = failed */
+/* ---- The receive state machine (busbroker/state_engine, receive_table, receive_fields, receive_clock) ----
+ */
+
+/** Runs before a state's step; non-zero: the machine was reset, the step is left out. */
 typedef uint8_t (*state_check_fn)(void *context, void *argument);
+/** A part of a state's step. As a handler it returns 0: needs more input, 1: done, 2: failed. */
 typedef uint32_t (*state_fn)(void *context, void *argument);
+
+/** What an event does in a state. */
 struct state_event {
-    state_fn handler;
-    uint32_t next_state;
+    state_fn handler;    /**< runs for the event, result not used; may be null */
+    uint32_t next_state; /**< the state that follows */
 };
+
+/** The events that a state knows. */
 struct state_event_table {
-    const struct state_event *events;
-    uint32_t count;
+    const struct state_event *events; /**< indexed by the event's number */
+    uint32_t count;                   /**< number of events */
 };
+
+/** A state of a machine. */
 struct state_row {
-    state_check_fn pre_check;
-    const struct state_event_table *event_table;
-    state_fn handler;
-    state_fn failure_handler;
-    uint32_t failure_state;
-    uint32_t success_state;
-    state_fn post_step;
+    state_check_fn pre_check; /**< runs first; may be null */
+    const struct state_event_table
+        *event_table;         /**< when not null, the event decides instead of the handler */
+    state_fn handler;         /**< consumes input; when null the state always succeeds */
+    state_fn failure_handler; /**< runs when the handler failed; may be null */
+    uint32_t failure_state;   /**< the state after a failure */
+    uint32_t success_state;   /**< the state after success */
+    state_fn post_step;       /**< ends every step, before the new state is stored; may be null */
 };
+
+/** A machine: its states. Only read; shared by all who run it. */
 struct state_info {
-    const struct state_row *table;
-    uint32_t state_count;
+    const struct state_row *table; /**< the states, indexed by their number */
+    uint32_t state_count;          /**< number of states */
 };
+
+/** The states of the receive machine: start mark, the fifteen wire fields, end mark. */
 extern const struct state_row bus_broker_rxdata_state_table[17];
+/** The description of the receive machine, for tool_info's rx_stateinfo. */
 extern const struct state_info busbroker_rx_stateinfo;
+
+/**
+ * Does one step of a state machine: pre-check, then the event's pair or the handler, then the post-step.
+ *
+ * @param info     the machine; borrowed.
+ * @param state    the current state, replaced by the next one; 65535 after a refusal.
+ * @param event    the event's number, for a state with an event table.
+ * @param context  handed to every function of the table.
+ * @param argument handed to every function of the table.
+ * @return 0; #DIAG_ERR_INVALID_ARG when a pointer is null, the state is none of the machine's, it has no
+ * table or the state does not know the event.
+ *
+ * Thread-safe as far as the machine's functions are.
+ */
 uint32_t state_traversal(const struct state_info *info, uint32_t *state, uint32_t event, void *context,
                          void *argument);
+
+/*
+ * The functions of the receive machine's states. Their context is the struct tool_info of the receiving
+ * thread, which alone may call them. Each reads its part of the frame from rx_buf and returns 0 when the
+ * datagram ends before it, 1 when the part was taken, 2 when the frame is to be given up; 2 also without a
+ * tool_info or, behind the start mark, without a frame being read.
+ */
+
+/** State 0: finds the start mark "RPS" and makes the record; 2 when there is no memory (reported). */
 uint32_t busbroker_req_resp_header_proc(void *context, void *argument);
+/** State 1: takes tool_id. */
 uint32_t busbroker_req_resp_tool_id_proc(void *context, void *argument);
+/** State 2: takes inst_id. */
 uint32_t busbroker_req_resp_inst_id_proc(void *context, void *argument);
+/** State 3: takes transac_id. */
 uint32_t busbroker_req_resp_transac_id_proc(void *context, void *argument);
+/** State 4: takes dev_id_len; one above 32 is told and kept. 2 when there is no memory (reported). */
 uint32_t busbroker_req_resp_dev_id_len_proc(void *context, void *argument);
+/** State 5: takes dev_id; its stored length replaces dev_id_len. 2 when there is no memory (reported). */
 uint32_t busbroker_req_resp_dev_id_proc(void *context, void *argument);
+/** State 6: takes dev_name_len; one above 32 is told and kept. 2 when there is no memory (reported). */
 uint32_t busbroker_req_resp_dev_name_len_proc(void *context, void *argument);
+/** State 7: takes dev_name; its stored length replaces dev_name_len. 2 when there is no memory (reported). */
 uint32_t busbroker_req_resp_dev_name_proc(void *context, void *argument);
+/** State 8: takes req_prio; 2 when it is above 2 (told). */
 uint32_t busbroker_req_resp_req_prio_proc(void *context, void *argument);
+/** State 9: takes req_type; 2 when it is above 7 (told). */
 uint32_t busbroker_req_resp_req_type_proc(void *context, void *argument);
+/** State 10: takes transac_ind; 2 when it is above 5, without storing it. */
 uint32_t busbroker_req_resp_trasac_ind_proc(void *context, void *argument);
+/** State 11: takes data_len. */
 uint32_t busbroker_req_resp_actual_datalen_proc(void *context, void *argument);
+/** State 12: takes support_data_len; 2 when there is no memory for the data. */
 uint32_t busbroker_req_resp_suprt_data_len_proc(void *context, void *argument);
+/** State 13: takes data; its stored length replaces data_len. 2 when there is no memory. */
 uint32_t busbroker_req_resp_actual_data_copy(void *context, void *argument);
+/** State 14: takes support_data; its stored length replaces support_data_len. 2 when there is no memory
+ * (reported). */
 uint32_t busbroker_req_resp_support_data_copy(void *context, void *argument);
+/** State 15: takes crc. */
 uint32_t busbroker_req_resp_crc_proc_state(void *context, void *argument);
+/**
+ * State 16: compares the end mark "RPE" (2 at the first difference), validates the record (2 when it is
+ * refused), hands it with the argument to rx_complete and releases it.
+ */
 uint32_t busbroker_req_resp_footer_validtn_state(void *context, void *argument);
+/** Sends the machine back to the start mark and releases what it holds. Always returns 0. */
 uint32_t reset_sm(void *context, void *argument);
+/**
+ * Writes the time of day into last_step_time. Always returns 1. While busbroker_rx_state_machine() takes a
+ * datagram its steps share one reading of the clock, renewed after each call of rx_complete.
+ */
 uint32_t update_time(void *context, void *argument);
+/**
+ * Writes the time of day into now_time and resets the machine when the last step is more than 3 seconds ago.
+ *
+ * @return 1 when it reset the machine, else 0.
+ */
 uint8_t check_rxtime_diff(void *context, void *argument);
 
 /* ---- Queue nodes, socket configuration and client (busbroker/queues, socket_cfg, transport) ---- */
@@ -191,16 +292,80 @@ struct tool_info {
     uint32_t resp_wake[64]; /* raised when a request is over; each caller sleeps on one of these words */
 };
 
+/**
+ * Derives a request's texts, lengths and checksum from its parameters.
+ *
+ * The data and support texts that the record holds are released and replaced. After a failure the record
+ * holds what was built before it, with lengths that fit, and nothing of an earlier request.
+ *
+ * @param req         the record, with its request parameters set; its flags and retry_ms are not read.
+ * @param dev_id      device identifier, at most 255 characters; kept by pointer.
+ * @param dev_name    device name, at most 255 characters; kept by pointer.
+ * @param req_prio    priority, 0 to 2.
+ * @param req_type    request type, 0 to 7.
+ * @param transac_ind transaction indication, 0 to 5; its low 8 bits are kept.
+ * @return 0; #DIAG_ERR_INVALID_ARG when a pointer is null, write_data is null for a write, support_bytes is
+ * null with a support_count, or a text, the data or the support bytes are too long; #DIAG_ERR_NO_MEMORY.
+ */
 uint32_t update_request(struct busbroker_req_resp *req, const char *dev_id, const char *dev_name,
                         uint32_t req_prio, uint32_t req_type, uint32_t transac_ind);
+
+/** The length in characters of the record's frame, without a terminator; 0 when `req` is null (told at level
+ * 0). */
 uint32_t calculate_req_len_in_ascii(const struct busbroker_req_resp *req);
+
+/**
+ * Writes the frame of a request, from "RQS" to "RQE", and a terminator.
+ *
+ * @param req  the record, after update_request().
+ * @param dest receives the frame; what does not fit is cut.
+ * @param size characters in `dest`; the frame's length plus 1 holds it whole.
+ * @return the length of the whole frame, also when it was cut; 0 when the size is below 1 or a pointer, of
+ * the record or its two device texts too, is null (told at level 0).
+ */
 uint32_t frame_ascii_request(const struct busbroker_req_resp *req, char *dest, int32_t size);
+
+/**
+ * The CRC-32 (ISO-HDLC, as zlib's crc32()) of a record: its numbers in host byte order at their stored widths
+ * and its texts, in wire order, without the crc itself.
+ *
+ * @param req the record; each text holds as many characters as its length says, a null text counts as empty.
+ * @return the checksum; 0 when `req` is null (reported).
+ */
 uint32_t calculate_crc(const struct busbroker_req_resp *req);
+
+/**
+ * Checks a received record: tool id and checksum.
+ *
+ * @return 0; #DIAG_ERR_INVALID_ARG when `req` is null (reported), its tool_id is above 22 (told at level 0)
+ * or its crc is not that of its fields.
+ */
 uint32_t validate_busbroker_req_resp(const struct busbroker_req_resp *req);
 
+/**
+ * Reads the datagram in rx_buf: does steps of rx_stateinfo's machine until rx_index reaches rx_len, then sets
+ * rx_index to 0. A frame may end in a later datagram; rx_complete gets every valid record.
+ *
+ * @param tool     the client; only its receiving thread may call this.
+ * @param argument handed to every function of the table, and so to rx_complete.
+ * @return 0; #DIAG_ERR_INVALID_ARG when `tool` (reported) or its rx_stateinfo is null, or a step was refused
+ *         (told at level 0): rx_state is 65535 then, until reset_sm().
+ */
 uint32_t busbroker_rx_state_machine(struct tool_info *tool, void *argument);
+
+/**
+ * Collects the current field: appends bytes of rx_buf to field_buf, all but newlines and zeros, which only
+ * count, until the field's length is reached.
+ *
+ * @return 1 when the field is complete and its text ended, 0 when more bytes are needed.
+ */
 uint32_t busbroker_rx_complt_curnt_state_data(struct tool_info *tool);
+
+/** Releases a received record and its four texts; null is ignored. Not for records whose device texts are
+ * borrowed. */
 void free_req_memory(struct busbroker_req_resp *req);
+
+/** The seconds from `earlier` to `later`; 0.0 when one of them is null (reported). Thread-safe. */
 double get_time_diff(const struct timeval *later, const struct timeval *earlier);
 /**
  * Tells a client of a tick of the periodic timer: sets its timeout flag and wakes its transmit thread when a

@@ -1,0 +1,105 @@
+/* SPDX-License-Identifier: MIT */
+// What a test program asks about its surroundings: its configuration file, its processor, its companions.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/utsname.h>
+#include <unistd.h>
+
+#include <boarddiag/core.h>
+
+#include "core/report.h"
+
+namespace {
+
+// Both in the order of preference.
+constexpr const char *config_extensions[] = {".cfg", ".xml"};
+constexpr size_t extension_room = 5; // an extension and the terminator
+
+constexpr size_t machine_size = 10; // of a machine name with its terminator
+constexpr size_t path_size = 256;
+
+struct cpu_family {
+    char prefix[4];
+    int code;
+};
+
+constexpr cpu_family cpu_families[] = {{"x86", CPU_ARCH_X86}, {"arm", CPU_ARCH_ARM}};
+
+// Whether `path` opens for reading. A directory does, but holds no text; a FIFO must not keep us waiting.
+bool is_readable_file(const char *path)
+{
+    const int fd = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    struct stat info;
+
+    if (fd < 0) {
+        return false;
+    }
+    const bool is_file = fstat(fd, &info) == 0 && !S_ISDIR(info.st_mode);
+    close(fd);
+    return is_file;
+}
+
+} // namespace
+
+char *build_config_filename(const char *base)
+{
+    if (base == nullptr) {
+        REPORT_ERROR(__func__,
+                     "You must pass a valid string to use as the base of the filename without extension\n");
+        return nullptr;
+    }
+    const size_t length = strlen(base);
+    auto *const name = static_cast<char *>(calloc(1, length + extension_room));
+    if (name == nullptr) {
+        REPORT_ERROR(__func__, "Could not allocate space for the config file name\n");
+        return nullptr;
+    }
+    memcpy(name, base, length);
+    for (const char *const extension : config_extensions) {
+        memcpy(name + length, extension, extension_room);
+        if (is_readable_file(name)) {
+            return name;
+        }
+    }
+    diag_print(1, "Config file (%s) must be either end in a .xml or .cfg extension\n", base);
+    free(name);
+    return nullptr;
+}
+
+uint32_t get_cpu_arch(int *arch)
+{
+    struct utsname host;
+
+    if (uname(&host) != 0) {
+        REPORT_ERROR(__func__, "Could not get cpu architcture!\n");
+        return DIAG_ERR_FAILED;
+    }
+    const bool fits = strnlen(host.machine, sizeof host.machine) < machine_size;
+    for (const cpu_family &family : cpu_families) {
+        if (fits && strncmp(host.machine, family.prefix, strlen(family.prefix)) == 0) {
+            *arch = family.code;
+            return 0;
+        }
+    }
+    REPORT_ERROR(__func__, "Could not get valid cpu architecture\n");
+    return DIAG_ERR_FAILED;
+}
+
+uint32_t check_file_existance_in_diagbin(const char *name)
+{
+    if (name == nullptr) {
+        diag_print(3, "Input file pointer is NULL\n");
+        return DIAG_ERR_INVALID_ARG;
+    }
+    const char *const libraries = getenv("LD_LIBRARY_PATH");
+    if (libraries == nullptr) {
+        return DIAG_ERR_INVALID_ARG;
+    }
+    char path[path_size];
+    const int length = snprintf(path, sizeof path, "%s/../bin/%s", libraries, name);
+    const bool fits = length >= 0 && static_cast<size_t>(length) < sizeof path;
+    return fits && is_readable_file(path) ? 0 : DIAG_ERR_INVALID_ARG;
+}
