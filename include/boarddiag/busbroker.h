@@ -367,6 +367,7 @@ void free_req_memory(struct busbroker_req_resp *req);
 
 /** The seconds from `earlier` to `later`; 0.0 when one of them is null (reported). Thread-safe. */
 double get_time_diff(const struct timeval *later, const struct timeval *earlier);
+
 /**
  * Tells a client of a tick of the periodic timer: sets its timeout flag and wakes its transmit thread when a
  * request is queued. The transmit thread registers it (register_timeout_calls(), every tick).

@@ -140,7 +140,7 @@ TEST(Request, LostAnswersAreAskedForAgainAndGivenUpAfterThreeSends)
         diagtest::every_ms);
     std::thread behind([&] {
         diagtest::wait_for([] { return frames_of(1) > 0; });
-        busbroker_req_resp req = record_of(2);
+        busbroker_req_resp req = record_of(2, 0, 20'000); // its third answer has 200 ticks to come
         EXPECT_EQ(send(tool, &req, 0), 0u);
     });
     busbroker_req_resp req = record_of(1, 0, 500);
