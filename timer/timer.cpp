@@ -131,6 +131,11 @@ timespec split_seconds(double seconds)
     return time;
 }
 
+bool is_zero(const timespec &time)
+{
+    return time.tv_sec == 0 && time.tv_nsec == 0;
+}
+
 bool has_run_out(timer_t timer, timespec *remaining)
 {
     itimerspec state = {};
@@ -139,7 +144,7 @@ bool has_run_out(timer_t timer, timespec *remaining)
         return true; // nobody would ever end a wait for a timer that is gone
     }
     *remaining = state.it_value;
-    return remaining->tv_sec == 0 && remaining->tv_nsec == 0;
+    return is_zero(*remaining);
 }
 
 } // namespace
@@ -175,6 +180,9 @@ void waitfor_timeout(timer_t timer, double seconds)
     if (timer_settime(timer, 0, &once, nullptr) != 0) {
         REPORT_ERROR(__func__, "Failed to set time to timer with id\n");
         return;
+    }
+    if (is_zero(once.it_value)) {
+        return; // a disarmed timer without notification may still tell what remained when it was armed last
     }
     // The timer decides when the wait is over: a sleep that a signal cuts short is simply taken up again.
     timespec remaining;
