@@ -12,6 +12,8 @@
 
 #include <boarddiag/busbroker.h>
 #include <boarddiag/core.h>
+#include <boarddiag/devtree.h>
+#include <boarddiag/fpga.h>
 #include <boarddiag/timer.h>
 #include <boarddiag/version.h>
 
