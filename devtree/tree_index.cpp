@@ -104,10 +104,10 @@ void boarddiag::index_add(tree_index *index, const void *list, const item_key &k
     put(index, list, key, item, false);
 }
 
-void *boarddiag::index_resume(const tree_index *index, void *list)
+void *boarddiag::index_resume(const tree_index *index, const void *list, void *start)
 {
     void *link = index_get(index, list, resume_key);
-    return link != nullptr ? link : list;
+    return link != nullptr ? link : start;
 }
 
 void boarddiag::index_set_resume(tree_index *index, const void *list, void *link)

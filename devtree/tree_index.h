@@ -41,8 +41,8 @@ void index_close(tree_index *index);
 void *index_get(const tree_index *index, const void *list, const item_key &key);
 /// Files an item unless the key has one already: the first element of a list wins.
 void index_add(tree_index *index, const void *list, const item_key &key, void *item);
-/// The link up to which a list has been indexed; its head when it has not.
-void *index_resume(const tree_index *index, void *list);
+/// The link up to which a list has been indexed; `start` when it has not.
+void *index_resume(const tree_index *index, const void *list, void *start);
 void index_set_resume(tree_index *index, const void *list, void *link);
 
 bool same_key(const item_key &a, const item_key &b);
@@ -61,33 +61,53 @@ template <typename Node> struct search {
     Node **end;
 };
 
-template <typename Node> search<Node> find(tree_index *index, Node **head, const item_key &wanted)
+/// Most lists are short: so many elements are walked before the index is asked, and only what is behind them
+/// is filed in it.
+inline constexpr int unindexed_length = 4;
+
+/// Searches the elements that are not filed, on from `link` up to `limit` of them. Those passed are filed
+/// when `index` is given.
+template <typename Node>
+search<Node> search_on(Node **link, int limit, const item_key &wanted, tree_index *index, const void *list)
 {
-    auto *found = static_cast<Node *>(index_get(index, head, wanted));
-    if (found != nullptr) {
-        return {found, nullptr};
-    }
-    auto **link = static_cast<Node **>(index_resume(index, head));
-    while (*link != nullptr && !is_broken(**link)) {
+    for (int n = 0; n != limit && *link != nullptr && !is_broken(**link); n++) {
         const item_key key = key_of(**link);
         if (same_key(key, wanted)) {
-            found = *link;
-            break;
+            return {*link, link};
         }
-        index_add(index, head, key, *link);
+        index_add(index, list, key, *link);
         link = &(*link)->next;
     }
-    index_set_resume(index, head, link);
-    if (found != nullptr) {
-        index_add(index, head, wanted, found);
+    return {nullptr, link};
+}
+
+template <typename Node> search<Node> find(tree_index *index, Node **head, const item_key &wanted)
+{
+    search<Node> result = search_on<Node>(head, unindexed_length, wanted, nullptr, nullptr);
+    if (result.found != nullptr || *result.end == nullptr || is_broken(**result.end)) {
+        return result;
     }
-    return {found, link};
+    auto *filed = static_cast<Node *>(index_get(index, head, wanted));
+    if (filed != nullptr) {
+        return {filed, nullptr};
+    }
+    auto **link = static_cast<Node **>(index_resume(index, head, result.end));
+    result = search_on<Node>(link, -1, wanted, index, head);
+    index_set_resume(index, head, result.end);
+    return result;
 }
 
 /// The link at the end of a list.
 template <typename Node> Node **tail_of(tree_index *index, Node **head)
 {
-    auto **link = static_cast<Node **>(index_resume(index, head));
+    Node **link = head;
+    for (int n = 0; n < unindexed_length && *link != nullptr; n++) {
+        link = &(*link)->next;
+    }
+    if (*link == nullptr) {
+        return link;
+    }
+    link = static_cast<Node **>(index_resume(index, head, link));
     while (*link != nullptr) {
         link = &(*link)->next;
     }
