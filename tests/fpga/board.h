@@ -5,30 +5,29 @@
 #define TESTS_FPGA_BOARD_H
 
 #include <boarddiag.h>
+#include <gtest/gtest.h>
 #include <map>
-#include <string>
-#include <vector>
+
+#include "support/capture.h"
 
 struct board {
-    std::string steps; // each run of lpctool and each request
-    std::string
-        accesses; // each register access: "W105=1a " or "R105 ", "!" behind a failed one; "S " a pause
-    std::vector<timespec> deadlines;                 // of the pauses
-    int interruptions = 0;                           // to come in pauses
-    std::map<int, uint32_t> failures;                // status of the n-th register access
-    int failing_step = 2;                            // the step of it that fails
+    std::string steps;                // each run of lpctool and each request
+    std::string accesses;             // "W105=1a ", "R105 ", "!" behind a failed one; "S " a pause
+    std::vector<timespec> deadlines;  // of the pauses
+    int interruptions = 0;            // to come in pauses
+    std::map<int, uint32_t> failures; // status of the n-th register access
+    int failing_step = 2;             // the step of it that fails
     std::map<uint32_t, std::vector<uint8_t>> values; // what a register reads, one by one; the last for ever
     int count = 0, step = 0;
     uint32_t reg = 0;
 
     uint32_t touch(uint32_t addr, uint8_t *byte, bool write);
 };
-extern board fpga;
-
+inline board fpga;
 inline constexpr mbox_info test_mbox{0x80, 0x81, 0x82, 0x83};
 
-/// "W<reg>=<byte>" for each byte, at consecutive registers when `advance` is set.
-std::string written(uint32_t reg, const std::vector<uint8_t> &bytes, bool advance = true);
+/// What a call tells; its status has to be the expected one.
+std::string told(uint32_t status, const std::function<uint32_t()> &call);
 std::string times(int n, const std::string &text);
 
 #endif
