@@ -45,14 +45,8 @@ std::string shown(const if_tree &tree, const std::string &path = "")
     return text.str();
 }
 
-struct item {
-    std::string id;
-    const char *mux_type = nullptr;
-    const char *interface = "i2c-0";
-};
-
 struct platform {
-    std::vector<item> items;
+    std::vector<std::string> texts;
     std::vector<pf_dev> devs;
     pf_tree tree{};
     proc_info proc{};
@@ -72,14 +66,27 @@ struct platform {
     }
 };
 
-// Platforms stay to the end of the process: the leak check then finds what no tree holds.
-platform &make(const std::vector<item> &items)
+// A platform of devices given as "identifier=mux type@interface", separated by single blanks; the interface
+// is i2c-0 if none is given. It stays to the end of the process: the leak check then finds what no tree
+// holds.
+platform &make(const std::string &list)
 {
     static std::vector<platform *> &all = *new std::vector<platform *>;
-    platform &p = *all.emplace_back(new platform{items, std::vector<pf_dev>(items.size()), {}, {}});
-    for (size_t i = 0; i < items.size(); i++) {
-        pf_dev *next = i + 1 < items.size() ? &p.devs[i + 1] : nullptr;
-        p.devs[i] = {p.items[i].id.c_str(), items[i].interface, items[i].mux_type, next};
+    platform &p = *all.emplace_back(new platform{});
+    std::istringstream words(list);
+    for (std::string word; std::getline(words, word, ' ');) {
+        const size_t at = word.find('@'), mux = word.find('=');
+        p.texts.push_back(word.substr(0, std::min(mux, at)));
+        p.texts.push_back(at == std::string::npos ? "i2c-0" : word.substr(at + 1));
+        p.texts.push_back(mux == std::string::npos
+                              ? ""
+                              : word.substr(mux + 1, at == std::string::npos ? at : at - mux - 1));
+    }
+    p.devs.resize(p.texts.size() / 3);
+    for (size_t i = 0; i < p.devs.size(); i++) {
+        const std::string *text = &p.texts[3 * i];
+        p.devs[i] = {text[0].c_str(), text[1].c_str(), text[2].empty() ? nullptr : text[2].c_str(), nullptr};
+        p.devs[i > 0 ? i - 1 : 0].next = i > 0 ? &p.devs[i] : nullptr;
     }
     return p;
 }
@@ -89,23 +96,21 @@ std::string told(uint32_t status, const std::function<uint32_t()> &call)
     return console_of([&] { EXPECT_EQ(call(), status); });
 }
 
-const std::string long_name(33, 'N');
+const std::string long_name(33, 'N'), too_long = " is longer than 32 characters\n";
 const std::string long_path = "M-1.M-2.M-3.M-4.M-5.M-6.M-7.DEVIC"; // 33 characters
-const std::string too_long = " is longer than 32 characters\n";
-const char *const walk = "update_dev_mux_interface_tree", *const check = "check_add_mux_entry",
-                  *const enter = "add_mux_entry_to_proc_info", *const build = "update_pf_tree";
+const std::string walk = "update_dev_mux_interface_tree", check = "check_add_mux_entry",
+                  build = "update_pf_tree", enter = "add_mux_entry_to_proc_info";
 
 TEST(Tree, AMuxAndItsDescriptorMeetInEitherOrder)
 {
-    const item items[] = {{"M1", "PCA9548"}, {"M1-3.M2", "x PCA9541 y"}, {"M1-3.M2-1.TEMP"}};
-    std::vector<int> order{0, 1, 2};
+    std::vector<std::string> order{"M1-3.M2-1.TEMP", "M1-3.M2=xPCA9541y", "M1=PCA9548"}; // sorted
     do {
-        platform &p = make({items[order[0]], items[order[1]], items[order[2]]});
-        EXPECT_EQ(p.build(), 0u);
-        const bool m1_first = order[0] == 0 || (order[0] == 2 && order[1] == 0);
+        platform &p = make(order[0] + " " + order[1] + " " + order[2]);
+        const bool m1_first = order[0].size() == 10 || (order[0].size() == 14 && order[1].size() == 10);
         const std::string muxes = m1_first ? ":M1=0 M1-3.M2=10 " : ":M1-3.M2=10 M1=0 ";
-        const std::string temp = "M1-3.M2-1.|M1-3.M2-1.TEMP ",
-                          way = "[M1*] M1-3. M1-3.[M1-3.M2*] M1-3.M2-1. ";
+        const std::string way = "[M1*] M1-3. M1-3.[M1-3.M2*] M1-3.M2-1. ",
+                          temp = "M1-3.M2-1.|M1-3.M2-1.TEMP ";
+        EXPECT_EQ(p.build(), 0u);
         EXPECT_EQ(p.on(), way + temp + muxes);
         EXPECT_EQ(p.build(), 0u);
         EXPECT_EQ(p.on(), way + temp + temp + muxes) << "a device as often as given, a mux once";
@@ -114,90 +119,64 @@ TEST(Tree, AMuxAndItsDescriptorMeetInEitherOrder)
 
 TEST(Tree, IdentifiersAndTheirPaths)
 {
-    const std::string format = "Invalid device-id format. \n";
-    const std::string xs = "M-1." + std::string(26, 'x');
-    const std::string cases[][3] = {
-        {"EEPROM", "|EEPROM "},
-        {"EEPROM-", "|EEPROM- "},
-        {"--EEPROM", "|--EEPROM "},
-        {"", "| "},
-        {"-" + long_name, "|-" + long_name + " "},
-        {"M-3", "[M] M-3. M-3.|M-3 "},
-        {"M-0x1F.D", "[M] M-1f. M-1f.|M-0x1F.D "},
-        {"M-0.D", "[M] M-0. M-0.|M-0.D "},
-        {"M--2.D", "[M] M-fffffffe. M-fffffffe.|M--2.D "},
-        {"M-ffffffff.D", "[M] M-ffffffff. M-ffffffff.|M-ffffffff.D "},
-        {"--M-...3.-D", "[M] M-3. M-3.|--M-...3.-D "},
-        {"M-3.--N-..1.D", "[M] M-3. M-3.[M-3.N] M-3.N-1. M-3.N-1.|M-3.--N-..1.D "},
-        {"M-3..N-1", "[M] M-3. M-3.[M-3..N] M-3..N-1. M-3..N-1.|M-3..N-1 "},
-        {"M-3.N-", "[M] M-3. M-3.|M-3.N- "},
-        {xs + "-1", "[M] M-1. M-1.[" + xs + "] " + xs + "-1. " + xs + "-1.|" + xs + "-1 "},
-        {"M-3x.D", "[M] ", format},
-        {"M--", "[M] ", format},
-        {"M- ", "[M] ", format},
-        {"M-..", "[M] ", "Invalid dev id\n"},
-        {"M-3.N--", "[M] M-3. M-3.[M-3.N] ", format},
-        {long_path, "", "Device id " + long_path + too_long}};
-    for (const auto &[id, tree, error] : cases) {
-        platform &p = make({{id}});
-        EXPECT_EQ(told(error.empty() ? 0 : DIAG_ERR_INVALID_ARG,
-                       [&p] {
-                           return update_dev_mux_interface_tree(p.devs.data(), 0, p.tree.i2c, false, nullptr);
-                       }),
-                  error.empty() ? "" : error_line(walk, error));
-        EXPECT_EQ(shown(p.tree.i2c[0]), tree);
-    }
-    platform &longest = make({{long_path.substr(0, 32)}});
+    const std::string xs = "X-1." + std::string(26, 'x');
+    platform &p = make("EEPROM EEPROM- --EEPROM  -" + long_name +
+                       " M-3 --M-...3.-D M-3.N- M-0x1F.D M-0.D M--2.D M-ffffffff.D "
+                       "M-3.--N-..1.D M-3..O-1 M-3x.D P-- Q-\t R-.. M-3.N-- " +
+                       long_path + " " + xs + "-1");
+    const std::string format = error_line(walk, "Invalid device-id format. \n");
+    EXPECT_EQ(told(0, [&p] { return p.build(); }), format + format + format +
+                                                       error_line(walk, "Invalid dev id\n") + format +
+                                                       error_line(walk, "Device id " + long_path + too_long));
+    EXPECT_EQ(p.on(), "|EEPROM |EEPROM- |--EEPROM | |-" + long_name +
+                          " [M] M-3. M-3.|M-3 M-3.|--M-...3.-D M-3.|M-3.N- "
+                          "M-3.[M-3.N] M-3.N-1. M-3.N-1.|M-3.--N-..1.D M-3.[M-3..O] M-3..O-1. "
+                          "M-3..O-1.|M-3..O-1 M-1f. M-1f.|M-0x1F.D "
+                          "M-0. M-0.|M-0.D M-fffffffe. M-fffffffe.|M--2.D M-ffffffff. "
+                          "M-ffffffff.|M-ffffffff.D [P] [Q] [R] [X] X-1. X-1.[" +
+                          xs + "] " + xs + "-1. " + xs + "-1.|" + xs + "-1 :");
+    platform &longest = make(long_path.substr(0, 32));
     EXPECT_EQ(longest.build(), 0u);
-    EXPECT_NE(longest.on().find(" M-1.M-2.M-3.M-4.M-5.M-6.M-7.|" + longest.items[0].id), std::string::npos);
+    EXPECT_TRUE(longest.on().ends_with(" M-1.M-2.M-3.M-4.M-5.M-6.M-7.|" + longest.texts[0] + " :"));
 }
 
 TEST(Tree, InterfacesDecideWhereADeviceGoesAndWhatEndsTheWalk)
 {
-    const std::string over = "update_pf_tree[#]: Interface num ",
-                      limit = " exceeded max allowed I2C if no 25\n";
-    const std::pair<item, std::string> cases[] = {
-        {{"D", nullptr, "i2c-25"}, ""},
-        {{"D", nullptr, "my i2c bus - 3"}, ""},
-        {{"D", "PCA9541", "pci"}, ""},
-        {{"D", nullptr, "usb"}, ""},
-        {{"D", nullptr, "i2c-26"}, over + "26" + limit},
-        {{"D", nullptr, "i2c--1"}, over + "-1" + limit},
-        {{"D", nullptr, "i2c-18446744073709551617"}, over + "18446744073709551617" + limit},
-        {{"D", nullptr, "i2c"}, error_line(build, "Invalid interface i2c\n")}};
+    const auto above = [](const std::string &number) {
+        return "update_pf_tree[#]: Interface num " + number + " exceeded max allowed I2C if no 25\n";
+    };
+    const std::pair<std::string, std::string> cases[] = {
+        {"D@i2c.bus-3 D=PCA9541@pci D@usb D@i2c-25", ""},
+        {"D@i2c-26", above("26")},
+        {"D@i2c--1", above("-1")},
+        {"D@i2c-18446744073709551617", above("18446744073709551617")},
+        {"D@i2c", error_line(build, "Invalid interface i2c\n")}};
     set_verb_level(3);
-    for (const auto &[device, end] : cases) {
-        platform &p = make({device,
-                            {"P", nullptr, "pci mem"},
-                            {"M", nullptr, "mem"},
-                            {"L", nullptr, "lpc"},
-                            {"G", nullptr, "gpio"},
-                            {long_name, nullptr, "i2c-1"}});
+    for (const auto &[list, end] : cases) {
+        platform &p = make(list + " P@pcimem M@mem L@lpc G@gpio " + long_name + "@i2c-1");
         EXPECT_EQ(told(end.empty() ? 0 : DIAG_ERR_INVALID_ARG, [&p] { return p.build(); }),
                   end.empty() ? "I2C tree building completed\n" : end);
-        EXPECT_EQ(shown(p.tree.pci) + shown(p.tree.mem) + shown(p.tree.lpc) + shown(p.tree.gpio) + p.on(1),
-                  end.empty() ? "|P |M |L |G |" + long_name + " :" : ":");
-        EXPECT_EQ(p.on(25), device.interface == std::string("i2c-25") ? "|D :" : ":");
+        EXPECT_EQ(shown(p.tree.pci) + shown(p.tree.mem) + shown(p.tree.lpc) + shown(p.tree.gpio) + p.on(1) +
+                      p.on(3) + p.on(25),
+                  end.empty() ? "|P |M |L |G |" + long_name + " :|D :|D :" : ":::");
     }
     set_verb_level(0);
 }
 
 TEST(Tree, AFailedDescriptorDoesNotEndTheWalkAndTheLastStatusCounts)
 {
-    platform &p = make(
-        {{"M1", "PCA9547", "i2c-25"}, {"M2", "LTC4306"}, {"M2", "PCA9541"}, {"D-x"}, {long_name, "PCA9541"}});
+    platform &p = make("M1=PCA9547@i2c-25 M2=LTC4306 M2=PCA9541 D-x " + long_name + "=PCA9541");
     EXPECT_EQ(told(DIAG_ERR_INVALID_ARG, [&p] { return p.build(); }),
               error_line(enter, "Configured interface num 25 is > max no of interfaces [24] configured\n") +
                   error_line(enter, "mux_type LTC4306 is invalid\n") +
                   error_line(walk, "Invalid device-id format. \n") +
                   error_line(check, "Device id " + long_name + too_long));
     EXPECT_EQ(p.on() + p.on(25), "[M2*] [D] :M2=-1 [M1*] :");
-    console_of([] { EXPECT_EQ(make({{"D-x"}, {"M-1.D"}}).build(), 0u); });
 }
 
 TEST(Tree, RefusalsOfTheSingleSteps)
 {
-    platform &p = make({{"M", "PCA9541"}, {"M-1.D"}});
+    platform &p = make("M=PCA9541 M-1.D");
     if_tree &tree = p.tree.i2c[0];
     mux_tree *node = nullptr;
     const auto add = [&](if_tree *container, pf_dev *dev, const char *name, bool daemon, uint32_t status) {
@@ -206,30 +185,26 @@ TEST(Tree, RefusalsOfTheSingleSteps)
         });
     };
     const std::string null = error_line(check, "Pointers received are NULL \n");
-    EXPECT_EQ(add(nullptr, &p.devs[0], "M", true, DIAG_ERR_INVALID_ARG), null);
+    EXPECT_EQ(add(nullptr, p.devs.data(), "M", true, DIAG_ERR_INVALID_ARG), null);
     EXPECT_EQ(add(&tree, nullptr, "M", true, DIAG_ERR_INVALID_ARG), null);
-    EXPECT_EQ(add(&tree, &p.devs[0], nullptr, true, DIAG_ERR_INVALID_ARG), null);
-    EXPECT_EQ(add(&tree, &p.devs[0], "M", true, DIAG_ERR_INVALID_ARG),
+    EXPECT_EQ(add(&tree, p.devs.data(), nullptr, true, DIAG_ERR_INVALID_ARG), null);
+    EXPECT_EQ(add(&tree, p.devs.data(), "M", true, DIAG_ERR_INVALID_ARG),
               error_line(check, "Proc info pointers should not be null for devid daemon\n"));
-    EXPECT_EQ(told(DIAG_ERR_INVALID_ARG,
-                   [&] { return update_dev_mux_interface_tree(nullptr, 0, &tree, false, nullptr); }),
-              error_line(walk, "Received is a NULL pointer\n"));
-    EXPECT_EQ(add(&tree, &p.devs[0], "M", false, 0), "");
+    EXPECT_EQ(add(&tree, p.devs.data(), "M", false, 0), "");
     EXPECT_TRUE(node == tree.muxes && node->is_mux);
     node->dev = nullptr; // a registered mux without its descriptor
-    EXPECT_EQ(add(&tree, &p.devs[0], "N", false, DIAG_ERR_INVALID_ARG), error_line(check, "Invalid tree\n"));
+    EXPECT_EQ(add(&tree, p.devs.data(), "N", false, DIAG_ERR_INVALID_ARG),
+              error_line(check, "Invalid tree\n"));
     EXPECT_TRUE(
         told(DIAG_ERR_INVALID_ARG, [&] { return p.build(); }).ends_with(error_line(walk, "Invalid tree\n")));
-    EXPECT_EQ(console_of([] { set_mux_tree_defaults(nullptr); }),
-              error_line("set_mux_tree_defaults", "Mux tree is NULL pointer\n"));
     set_mux_tree_defaults(node);
     EXPECT_EQ(p.on(), "[M] :");
 }
 
-std::vector<item> random_items(size_t count)
+std::vector<std::string> random_items(size_t count)
 {
     std::mt19937 random(20240);
-    std::vector<item> items;
+    std::vector<std::string> items;
     const char *const malformed[] = {"M1-3x.D", "M2-.", "M1-1.M1-", "M3--", "-", "M2-1.M9-g.X", "M1-1."};
     while (items.size() < count) {
         std::string path;
@@ -237,9 +212,8 @@ std::vector<item> random_items(size_t count)
             path += "M" + std::to_string(random() % 12) + "-" + "123456789abc"[random() % 12] + ".";
         }
         const auto kind = random() % 8;
-        const std::string name = path + (kind < 4 ? "M" : "D") + std::to_string(random() % 50);
-        items.push_back(kind == 0 ? item{malformed[random() % 7]}
-                                  : item{name, kind < 4 ? "PCA9548" : nullptr});
+        const std::string device = path + (kind < 4 ? "M" : "D") + std::to_string(random() % 50);
+        items.push_back(kind == 0 ? malformed[random() % 7] : device + (kind < 4 ? "=PCA9548" : ""));
     }
     return items;
 }
@@ -247,7 +221,11 @@ std::vector<item> random_items(size_t count)
 TEST(Tree, RandomListsKeepTheInvariantsWithAndWithoutTheIndex)
 {
     const auto items = random_items(3000);
-    platform &indexed = make(items), &walked = make(items), &grown = make(items);
+    std::string list;
+    for (const std::string &item : items) {
+        list += item + " ";
+    }
+    platform &indexed = make(list), &walked = make(list), &grown = make(list);
     console_of([&] {
         indexed.build();
         for (pf_dev &dev : walked.devs) {
@@ -257,7 +235,7 @@ TEST(Tree, RandomListsKeepTheInvariantsWithAndWithoutTheIndex)
         grown.build();
         update_pf_tree(&grown.devs[1000], &grown.tree, true, &grown.proc);
         for (const size_t limit : {size_t{100}, size_t{250} * 1024}) { // no index at all; none that grows
-            platform &p = make(items);
+            platform &p = make(list);
             largest_allocation = limit;
             p.build();
             largest_allocation = SIZE_MAX;
@@ -268,13 +246,13 @@ TEST(Tree, RandomListsKeepTheInvariantsWithAndWithoutTheIndex)
     std::istringstream words(indexed.on());
     std::multiset<std::string> found{std::istream_iterator<std::string>(words), {}};
     std::set<std::string> muxes;
-    for (const item &device : items) {
-        const std::string path = device.id.substr(0, device.id.rfind('.') + 1);
-        if (device.mux_type != nullptr) {
-            muxes.insert(device.id);
-            EXPECT_EQ(found.count(path + "[" + device.id + "*]"), 1u) << device.id;
-        } else if (device.id.find("D") != std::string::npos && device.id != "M1-3x.D") {
-            EXPECT_GE(found.count(path + "|" + device.id), 1u) << device.id;
+    for (const std::string &item : items) {
+        const std::string id = item.substr(0, item.find('=')), path = id.substr(0, id.rfind('.') + 1);
+        if (id != item) {
+            muxes.insert(id);
+            EXPECT_EQ(found.count(path + "[" + id + "*]"), 1u) << id;
+        } else if (id.find("D") != std::string::npos && id != "M1-3x.D") {
+            EXPECT_GE(found.count(path + "|" + id), 1u) << id;
         }
     }
     const std::string listed = indexed.on().substr(indexed.on().find(':'));
@@ -294,7 +272,7 @@ TEST(Tree, EveryFailedAllocationIsToldAndLeavesATreeThatCanGrowOn)
         {entry, "[M1*] M1-1. M1-1.|M1-1.D :M1=10 "},
         {"", "|E [M1*] M1-1. M1-1.|M1-1.D :M1=10 "}};
     for (int n = 0; n < 6; n++) {
-        platform &p = make({{"M1-1.D"}, {"M1", "PCA9541"}, {"E"}});
+        platform &p = make("M1-1.D M1=PCA9541 E");
         EXPECT_EQ(told(n < 5 ? DIAG_ERR_NO_MEMORY : 0,
                        [&] {
                            allocations_left = n;

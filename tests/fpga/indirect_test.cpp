@@ -1,4 +1,6 @@
 /* SPDX-License-Identifier: MIT */
+#include <sstream>
+
 #include "fpga/board.h"
 
 namespace {
@@ -43,26 +45,18 @@ TEST(Indirect, SequencesAccessByAccessOnBothPaths)
 
 TEST(Indirect, EachFailedAccessHasItsMessageAndEndsTheSequence)
 {
-    const std::pair<int, const char *> cases[2][9] = {{{0, "Writing Config Reg 9\n"},
-                                                       {1, "Setting data length 9\n"},
-                                                       {2, "Set Opcode 9\n"},
-                                                       {4, "Set command CMD[1] 9\n"},
-                                                       {5, "Init FPGA status flag 9\n"},
-                                                       {6, "Req FPGA to process cmd 9\n"},
-                                                       {9, "Reading FPGA status 9\n"},
-                                                       {12, "Reading data r_data[2] 9\n"},
-                                                       {13, "Reset FPGA status flag 9\n"}},
-                                                      {{0, "Set Device ID 9\n"},
-                                                       {1, "Set data length 9\n"},
-                                                       {2, "Set Opcode 9\n"},
-                                                       {3, "Setting cmd[0] 9\n"},
-                                                       {7, "Writing data w_data[2] 9\n"},
-                                                       {8, "Init FPGA status flag 9\n"},
-                                                       {9, "Request FPGA to process Cmd 9\n"},
-                                                       {12, "Reading FPGA status 9\n"},
-                                                       {13, "Reset FPGA status flag 9\n"}}};
+    const std::string cases[] = {
+        "0 Writing Config Reg|1 Setting data length|2 Set Opcode|4 Set command CMD[1]|5 Init FPGA status "
+        "flag|"
+        "6 Req FPGA to process cmd|9 Reading FPGA status|12 Reading data r_data[2]|13 Reset FPGA status flag",
+        "0 Set Device ID|1 Set data length|2 Set Opcode|3 Setting cmd[0]|7 Writing data w_data[2]|8 Init "
+        "FPGA status "
+        "flag|9 Request FPGA to process Cmd|12 Reading FPGA status|13 Reset FPGA status flag"};
     for (const bool write : {false, true}) {
-        for (const auto &[access, message] : cases[write]) {
+        std::istringstream lines(cases[write]);
+        for (std::string line; std::getline(lines, line, '|');) {
+            const int access = std::stoi(line);
+            const std::string message = line.substr(line.find(' ') + 1) + " 9\n";
             fpga = {};
             fpga.values[0x20] = {0, 0, 1};
             fpga.failures[access] = 9;
