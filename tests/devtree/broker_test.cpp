@@ -73,32 +73,26 @@ TEST(BusAccess, FillsTheRecordOrLeavesItAlone)
 
 TEST(BusAccess, TriesTenTimesTenSecondsApart)
 {
-    const struct {
-        int flag;
-        size_t answer_at;
-        const char *asset_id;
-        uint8_t bus_arg4;
-        const char *asset_sent;
-    } cases[] = {{0, 1, "A", 30, "A"},
-                 {1, 10, nullptr, 100, "old"},
-                 {0x100, 3, "A", 100, "old"},
-                 {0, 0, nullptr, 5, "old"},
-                 {0, 11, "B", 30, "B"}};
-    for (const auto &c : cases) {
-        broker = {.answer_at = c.answer_at, .says = {}, .sent = {}, .calls = ""};
+    // Asset flag and identifier, the try that is answered, bus_arg4 and identifier sent.
+    const std::tuple<int, const char *, size_t, int, std::string> cases[] = {{0, "A", 1, 30, "A"},
+                                                                             {1, nullptr, 10, 100, "old"},
+                                                                             {0x100, "A", 3, 100, "old"},
+                                                                             {0, nullptr, 0, 5, "old"},
+                                                                             {0, "B", 11, 30, "B"}};
+    for (const auto &[flag, asset_id, answer_at, bus_arg4, asset_sent] : cases) {
+        broker = {};
+        broker.answer_at = answer_at;
         busbroker_req_resp req{};
         strcpy(req.asset_id, "old");
         req.bus_arg4 = 5;
-        const bool answered = c.answer_at >= 1 && c.answer_at <= 10;
-        EXPECT_EQ(request_bus_dev_access(&req, nullptr, 1, 2, c.flag, 3, c.asset_id, "id", "nm", &some_timer),
+        const bool answered = answer_at >= 1 && answer_at <= 10;
+        EXPECT_EQ(request_bus_dev_access(&req, nullptr, 1, 2, flag, 3, asset_id, "id", "nm", &some_timer),
                   answered ? 0 : DIAG_ERR_FAILED);
-        EXPECT_EQ(broker.calls, answered
-                                    ? tries(static_cast<int>(c.answer_at) - 1, "idnm65;wait 10;", "idnm65;")
-                                    : tries(10, "idnm65;wait 10;", ""));
+        EXPECT_EQ(broker.calls, tries(answered ? static_cast<int>(answer_at) - 1 : 10, "idnm65;wait 10;",
+                                      answered ? "idnm65;" : ""));
         for (const auto &sent : broker.sent) {
-            EXPECT_EQ(sent.bus_arg4, c.bus_arg4);
-            EXPECT_STREQ(sent.asset_id, c.asset_sent);
-            EXPECT_EQ(sent.bus_arg1 + 10 * sent.bus_arg2 + 100 * sent.bus_arg3, c.bus_arg4 == 5 ? 0 : 321);
+            EXPECT_TRUE(sent.bus_arg4 == bus_arg4 && sent.asset_id == asset_sent);
+            EXPECT_EQ(sent.bus_arg1 + 10 * sent.bus_arg2 + 100 * sent.bus_arg3, bus_arg4 == 5 ? 0 : 321);
         }
     }
 }
@@ -117,10 +111,7 @@ TEST(DynamicId, AnAnswerIsKeptUnderAll32Bits)
                 status);
         });
     };
-    broker = {.answer_at = 2,
-              .says = {"-", std::string(33, 'x'), std::string(40, 'x'), full, "B"},
-              .sent = {},
-              .calls = ""};
+    broker = {2, {"-", std::string(33, 'x'), std::string(40, 'x'), full, "B"}, {}, ""};
     EXPECT_EQ(ask(0x10005, 0), "");
     EXPECT_EQ(broker.calls, tries(3, "idnm55;wait 1;", "idnm55;")) << "a text that is too long is no answer";
     EXPECT_EQ(name, full);

@@ -26,15 +26,13 @@ TEST(Operation, ChunksAccessByAccess)
     const std::string start = "W30=71 S R30 W10=42 W12=c ", cmd = "W13=f8 W14=ff W15=ff ";
     const std::string ack[] = {"W21=d0 S R20 S R20 ", "W21=d0 S R20 "}, reset = "W20=f ";
     const std::string lens[] = {"W11=10 ", "W11=4 "}, tail = "W100=7 W101=7 W102=7 W103=7 ";
-    const std::string first_write = tail +
-                                    "W104=7 W105=7 W106=7 W107=7 W108=7 W109=7 W10a=7 W10b=7 W10c=7 W10d=7 "
-                                    "W10e=7 W10f=7 ";
-    const std::string first_read =
-        "R200 R201 R202 R203 R204 R205 R206 R207 R208 R209 R20a R20b R20c R20d R20e R20f ";
-    const std::string moves[3][2][2] = {
-        {{times(16, "W100=7 "), times(4, "W100=7 ")}, {first_write, tail}},
-        {{times(16, "R200 "), times(4, "R200 ")}, {first_read, "R200 R201 R202 R203 "}},
-        {}};
+    std::string moves[3][2][2] = {{{times(16, "W100=7 "), times(4, "W100=7 ")}, {"", tail}},
+                                  {{times(16, "R200 "), times(4, "R200 ")}, {"", "R200 R201 R202 R203 "}},
+                                  {}};
+    for (const char digit : std::string("0123456789abcdef")) {
+        moves[0][1][0] += std::string("W10") + digit + "=7 ";
+        moves[1][1][0] += std::string("R20") + digit + " ";
+    }
     for (uint32_t n = 0; n < 6; n++) {
         operation_case c{.op = n / 2, .incr = static_cast<uint8_t>(n % 2)};
         const auto chunk = [&](int i, const std::string &command) {
@@ -57,38 +55,28 @@ TEST(Operation, ChunksAccessByAccess)
 
 TEST(Operation, EachFailedAccessHasItsMessageAndStatus)
 {
-    const std::string reset = "Unable to reset FPGA flag \n",
-                      write = "Failed to write to FPGA write register \n";
-    const std::string read = "Failed to Read from FPGA read buffer \n";
-    const struct {
-        uint32_t op;
-        int access; // that fails
-        bool reset_fails;
-        std::string message;
-        std::string last;
-    } cases[] = {{0, 0, false, "unable to set FPGA in to test mode\n", "W30=71! "},
-                 {0, 2, false, "Failed to write dev id\n", "W10=42! "},
-                 {0, 3, false, "Failed to write to op_code register\n", "W12=c! "},
-                 {0, 4, false, "Failed to write to data length register\n", "W11=10! "},
-                 {0, 7, false, "Failed to write to cmd register 21 \n", "W15=ff! "},
-                 {0, 9, false, write, "W101=7! W20=f "},
-                 {0, 9, true, write, "W101=7! W20=f! "},
-                 {0, 24, false, "", "W21=d0! "},
-                 {0, 27, false, reset, "W20=f! "},
-                 {1, 12, false, read, "R201! W20=f "},
-                 {1, 12, true, read, "R201! W20=f! "}};
-    for (const auto &c : cases) {
+    const std::string reset = "Unable to reset FPGA flag \n", function = "lpctool_mbox_indr_access_op";
+    // Operation, failing accesses from and to, message, last accesses.
+    const std::tuple<uint32_t, int, int, std::string, std::string> cases[] = {
+        {0, 0, 0, "unable to set FPGA in to test mode\n", "W30=71! "},
+        {0, 2, 2, "Failed to write dev id\n", "W10=42! "},
+        {0, 3, 3, "Failed to write to op_code register\n", "W12=c! "},
+        {0, 4, 4, "Failed to write to data length register\n", "W11=10! "},
+        {0, 7, 7, "Failed to write to cmd register 21 \n", "W15=ff! "},
+        {0, 9, 9, "Failed to write to FPGA write register \n", "W101=7! W20=f "},
+        {0, 9, 10, "Failed to write to FPGA write register \n", "W101=7! W20=f! "},
+        {0, 27, 27, reset, "W20=f! "},
+        {1, 12, 12, "Failed to Read from FPGA read buffer \n", "R201! W20=f "},
+        {1, 12, 13, "Failed to Read from FPGA read buffer \n", "R201! W20=f! "}};
+    for (const auto &[op, from, to, message, last] : cases) {
         fpga = {};
-        fpga.failures[c.access] = fpga.failures[c.reset_fails ? c.access + 1 : c.access] = 5;
-        operation_case run{.op = c.op};
-        const std::string output = run.run(c.op == 1 ? DIAG_ERR_ACCESS : DIAG_ERR_INVALID_ARG);
-        const size_t at =
-            output.find(c.message.empty() ? "" : error_line("lpctool_mbox_indr_access_op", c.message));
-        EXPECT_NE(at, std::string::npos) << output;
-        EXPECT_EQ(output.ends_with(error_line("lpctool_mbox_indr_access_op", reset)),
-                  c.reset_fails || c.access == 27);
-        EXPECT_TRUE(fpga.accesses.ends_with(" " + c.last) || fpga.accesses == c.last) << fpga.accesses;
-        EXPECT_EQ(run.dev.cmd[0], 0xf8) << "only a completed chunk advances the address";
+        fpga.failures[from] = fpga.failures[to] = 5;
+        operation_case c{.op = op};
+        const std::string output = c.run(op == 1 ? DIAG_ERR_ACCESS : DIAG_ERR_INVALID_ARG);
+        EXPECT_NE(output.find(error_line(function, message)), std::string::npos) << output;
+        EXPECT_EQ(output.ends_with(error_line(function, reset)), last.ends_with("W20=f! "));
+        EXPECT_TRUE((" " + fpga.accesses).ends_with(" " + last)) << fpga.accesses;
+        EXPECT_EQ(c.dev.cmd[0], 0xf8) << "only a completed chunk advances the address";
     }
 }
 
@@ -97,25 +85,18 @@ TEST(Operation, TheModeIsAcknowledgedInTimeAndAFailedReadStays)
     const std::string late = error_line("set_fpga_mode", "FPGA didn't respond to mode setting\n");
     const std::string unread = error_line("lpctool_get_mbox", "Read Mbox data reg 4d2\n") +
                                error_line("set_fpga_mode", "Reading FPGA status 1234\n");
-    const struct {
-        uint32_t mode;
-        size_t other_values; // read before the acknowledgement
-        int failing;         // the access that fails
-        std::string told;
-        int accesses;
-    } cases[] = {{0, 0, 0, "", 2}, {1, 20, 0, "", 22}, {1, 21, 0, late, 22}, {0, 1, 2, unread, 4}};
-    for (const auto &c : cases) {
+    // Mode, other values read before the acknowledgement, failing access, output, accesses.
+    const std::tuple<uint32_t, size_t, int, std::string, int> cases[] = {
+        {0, 0, 99, "", 2}, {1, 20, 99, "", 22}, {1, 21, 99, late, 22}, {0, 1, 2, unread, 4}};
+    for (const auto &[mode, others, failing, output, accesses] : cases) {
         fpga = {};
-        fpga.values[0x30].resize(c.other_values);
-        fpga.values[0x30].push_back(c.mode == 0 ? 0x72 : 0x62);
-        if (c.failing != 0) {
-            fpga.failures[c.failing] = 1234;
-        }
-        EXPECT_EQ(told(c.told.empty() ? 0 : DIAG_ERR_INVALID_ARG,
-                       [&] { return set_fpga_mode(&map.mode, &test_mbox, c.mode, 0); }),
-                  c.told);
-        EXPECT_EQ(fpga.count, c.accesses);
-        EXPECT_TRUE(fpga.accesses.starts_with(c.mode == 0 ? "W30=71" : "W30=61"));
+        fpga.values[0x30].resize(others);
+        fpga.values[0x30].push_back(mode == 0 ? 0x72 : 0x62);
+        fpga.failures[failing] = 1234;
+        EXPECT_EQ(told(output.empty() ? 0 : DIAG_ERR_INVALID_ARG,
+                       [m = mode] { return set_fpga_mode(&map.mode, &test_mbox, m, 0); }),
+                  output);
+        EXPECT_TRUE(fpga.count == accesses && fpga.accesses.starts_with(mode == 0 ? "W30=71" : "W30=61"));
     }
 }
 
@@ -126,33 +107,29 @@ TEST(Operation, AnAcknowledgementCountsWithinTheFirst20Reads)
     const std::string failed = line("Current lpctool mbox indirect operation fail \n");
     const std::string unread = error_line("lpctool_get_mbox", "Read Mbox data reg 9\n") +
                                line("Error while reading FPGA status 9\n");
-    const struct {
-        uint8_t done, fail, value;
-        size_t other_values; // read before the value
-        bool first_fails;
-        uint32_t status;
-        int reads;
-        std::string told;
-    } cases[] = {{1, 2, 1, 19, false, 0, 20, ""},
-                 {1, 2, 1, 20, false, DIAG_ERR_INVALID_ARG, 21, late},
-                 {1, 2, 1, 22, false, DIAG_ERR_INVALID_ARG, 22, late},
-                 {1, 2, 2, 19, false, DIAG_ERR_INVALID_ARG, 20, failed},
-                 {1, 2, 2, 20, false, DIAG_ERR_INVALID_ARG, 21, failed + late},
-                 {3, 3, 3, 0, false, DIAG_ERR_INVALID_ARG, 1, failed},
-                 {1, 2, 1, 0, true, 0, 2, unread},
-                 {0, 2, 9, 0, true, DIAG_ERR_INVALID_ARG, 1, unread}}; // the status is 0 until it is read
-    for (const auto &c : cases) {
+    // Done and fail value, value, other values read before it, failing access, whether all is well, reads,
+    // output.
+    const std::tuple<uint8_t, uint8_t, uint8_t, size_t, int, bool, int, std::string> cases[] = {
+        {1, 2, 1, 19, 99, true, 20, ""},
+        {1, 2, 1, 20, 99, false, 21, late},
+        {1, 2, 1, 22, 99, false, 22, late},
+        {1, 2, 2, 19, 99, false, 20, failed},
+        {1, 2, 2, 20, 99, false, 21, failed + late},
+        {3, 3, 3, 0, 99, false, 1, failed},
+        {1, 2, 1, 0, 1, true, 2, unread},
+        {0, 2, 9, 0, 1, false, 1, unread}};
+    for (const auto &[done, fail, value, others, failing, good, reads, output] : cases) {
         fpga_reg_map regs = map;
-        regs.op_done_val = c.done, regs.op_fail_val = c.fail;
+        regs.op_done_val = done, regs.op_fail_val = fail;
         fpga = {};
-        fpga.values[0x20].resize(c.other_values);
-        fpga.values[0x20].push_back(c.value);
-        if (c.first_fails) {
-            fpga.failures[1] = 9;
-        }
-        EXPECT_EQ(told(c.status, [&] { return check_fpga_op_ack(&test_mbox, &regs, 0); }), c.told);
+        fpga.values[0x20].resize(others);
+        fpga.values[0x20].push_back(value);
+        fpga.failures[failing] = 9;
+        EXPECT_EQ(
+            told(good ? 0 : DIAG_ERR_INVALID_ARG, [&] { return check_fpga_op_ack(&test_mbox, &regs, 0); }),
+            output);
         EXPECT_EQ(fpga.accesses,
-                  (c.first_fails ? "W21=d0 S R20! " : "W21=d0 S R20 ") + times(c.reads - 1, "S R20 "));
+                  (failing == 1 ? "W21=d0 S R20! " : "W21=d0 S R20 ") + times(reads - 1, "S R20 "));
     }
 }
 
