@@ -114,6 +114,7 @@ TEST(DynamicId, AnAnswerIsKeptUnderAll32Bits)
     broker = {2, {"-", std::string(33, 'x'), std::string(40, 'x'), full, "B"}, {}, ""};
     EXPECT_EQ(ask(0x10005, 0), "");
     EXPECT_EQ(broker.calls, tries(3, "idnm55;wait 1;", "idnm55;")) << "a text that is too long is no answer";
+    ASSERT_NE(name, nullptr);
     EXPECT_EQ(name, full);
     EXPECT_EQ(ask(0x20005, 0), "");
     EXPECT_STREQ(name, "B");
