@@ -212,7 +212,7 @@ std::vector<std::string> random_items(size_t count)
             path += "M" + std::to_string(random() % 12) + "-" + "123456789abc"[random() % 12] + ".";
         }
         const auto kind = random() % 8;
-        const std::string device = path + (kind < 4 ? "M" : "D") + std::to_string(random() % 50);
+        const std::string device = path + (kind < 4 ? "M" : "D") + std::to_string(random() % 400);
         items.push_back(kind == 0 ? malformed[random() % 7] : device + (kind < 4 ? "=PCA9548" : ""));
     }
     return items;
@@ -234,10 +234,10 @@ TEST(Tree, RandomListsKeepTheInvariantsWithAndWithoutTheIndex)
         // The second call's index meets a tree: it grows, it may not grow, there is none.
         for (const size_t limit : {SIZE_MAX, size_t{20} * 1024, size_t{4} * 1024}) {
             platform &p = make(list);
-            p.devs[2899].next = nullptr;
+            p.devs[2799].next = nullptr;
             p.build();
             largest_allocation = limit;
-            update_pf_tree(&p.devs[2900], &p.tree, true, &p.proc);
+            update_pf_tree(&p.devs[2800], &p.tree, true, &p.proc);
             largest_allocation = SIZE_MAX;
             EXPECT_TRUE(indexed.on() == p.on()) << limit;
         }
