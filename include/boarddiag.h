@@ -13,6 +13,8 @@
 #include <boarddiag/access.h>
 #include <boarddiag/busbroker.h>
 #include <boarddiag/core.h>
+#include <boarddiag/devtree.h>
+#include <boarddiag/fpga.h>
 #include <boarddiag/timer.h>
 #include <boarddiag/version.h>
 

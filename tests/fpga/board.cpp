@@ -1,0 +1,94 @@
+/* SPDX-License-Identifier: MIT */
+#include "fpga/board.h"
+
+#include <cerrno>
+
+template <typename... Args> static std::string text(const char *format, Args... args)
+{
+    char buffer[160];
+    return {buffer, static_cast<size_t>(snprintf(buffer, sizeof buffer, format, args...))};
+}
+
+uint32_t board::touch(uint32_t addr, uint8_t *byte, bool write)
+{
+    EXPECT_EQ(addr, step < 2 ? 0x80u + static_cast<uint32_t>(step) : write ? 0x83u : 0x82u) << accesses;
+    if (step < 2) {
+        reg = (reg << 8 | *byte) & 0xffff;
+    }
+    const bool fails = failures.contains(count) && step == failing_step;
+    if (step < 2 && !fails) {
+        step++;
+        return 0;
+    }
+    accesses += (write ? text("W%x=%x", reg, *byte) : text("R%x", reg)) + (fails ? "! " : " ");
+    step = 0;
+    if (!fails && !write && !values[reg].empty()) {
+        *byte = values[reg].front();
+        values[reg].erase(values[reg].begin(), values[reg].begin() + (values[reg].size() > 1 ? 1 : 0));
+    }
+    return fails ? failures[count++] : (count++, 0);
+}
+
+std::string told(uint32_t status, const std::function<uint32_t()> &call)
+{
+    return diagtest::console_of([&] { EXPECT_EQ(call(), status); });
+}
+
+std::string times(int n, const std::string &text)
+{
+    return n > 0 ? text + times(n - 1, text) : "";
+}
+
+extern "C" {
+
+uint32_t __wrap_lpctool_set(uint32_t addr, const uint8_t *data, int32_t count, char size, uint8_t busbroker)
+{
+    uint8_t byte = *data;
+    fpga.steps += text("set %x %x %d %c %d\n", addr, byte, count, size, busbroker);
+    return fpga.touch(addr, &byte, true);
+}
+
+uint32_t __wrap_lpctool_get(uint32_t addr, int32_t count, char size, const char *pipe, uint8_t *data)
+{
+    fpga.steps += text("get %x %d %c %s\n", addr, count, size, pipe);
+    return fpga.touch(addr, data, false);
+}
+
+void __wrap_update_busbroker_req_fields(busbroker_req_resp *req, uint32_t addr, uint16_t count, uint8_t width,
+                                        uint8_t *data, uint8_t flags, int32_t type, uint8_t code,
+                                        const uint8_t *support, uint8_t support_count)
+{
+    fpga.steps += text("fill %d %d %d\n", type, support != nullptr, support_count);
+    req->addr = addr, req->count = count, req->width = width, req->flags = flags, req->code = code;
+    req->write_data = type == BB_REQ_WRITE ? data : nullptr;
+    req->resp_buf = type == BB_REQ_READ ? data : nullptr;
+}
+
+uint32_t __wrap_request_busbroker(busbroker_req_resp *req, tool_info *tool, const char *dev_id,
+                                  const char *dev_name, uint32_t prio, uint32_t type, uint32_t ind)
+{
+    const bool write = type == BB_REQ_WRITE;
+    uint8_t byte = write ? *req->write_data : uint8_t{0};
+    fpga.steps +=
+        text("%d %s %s prio %u type %u ind %u: %x=%x n%u w%u f%x c%x\n", tool != nullptr, dev_id, dev_name,
+             prio, type, ind, req->addr, byte, req->count, req->width, req->flags, req->code);
+    return fpga.touch(req->addr, write ? &byte : req->resp_buf, write);
+}
+
+void __wrap_waitfor_timeout(timer_t timer, double seconds)
+{
+    fpga.accesses += text("T%d:%g ", timer != nullptr, seconds);
+}
+
+int __wrap_clock_nanosleep(clockid_t clock, int flags, const timespec *until, timespec *)
+{
+    EXPECT_TRUE(clock == CLOCK_MONOTONIC && flags == TIMER_ABSTIME);
+    fpga.deadlines.push_back(*until);
+    if (fpga.interruptions-- > 0) {
+        return EINTR;
+    }
+    fpga.accesses += "S ";
+    return 0;
+}
+
+} // extern "C"
