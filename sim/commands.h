@@ -1,0 +1,21 @@
+/* SPDX-License-Identifier: MIT */
+// The program's own commands: boardsim <command> args...
+#ifndef BOARDSIM_COMMANDS_H
+#define BOARDSIM_COMMANDS_H
+
+#include "tools.h"
+
+namespace boardsim {
+
+struct command {
+    const char *name;
+    const char *synopsis;
+    int (*run)(arguments args); // returns the exit status
+};
+
+/// Writes a complete sample board.
+int run_init(arguments args);
+
+} // namespace boardsim
+
+#endif

@@ -1,0 +1,20 @@
+/* SPDX-License-Identifier: MIT */
+// What the simulated board's programs tell on standard error, and the exit statuses that they share.
+#ifndef BOARDSIM_MESSAGE_H
+#define BOARDSIM_MESSAGE_H
+
+namespace boardsim {
+
+inline constexpr int status_ok = 0;
+inline constexpr int status_device = 1; // the board, a device or the reader of a FIFO failed
+inline constexpr int status_usage = 2;  // the command line or a settings file is wrong; nothing was accessed
+
+/// Sets the name that stands before each message; the text must outlive all messages.
+void set_program(const char *name);
+
+/// Writes "<program>: <message>" and a line end to standard error.
+[[gnu::format(printf, 1, 2)]] void complain(const char *format, ...);
+
+} // namespace boardsim
+
+#endif

@@ -1,0 +1,173 @@
+/* SPDX-License-Identifier: MIT */
+// A tool's run as a program.
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "message.h"
+#include "tools.h"
+
+namespace boardsim {
+
+namespace {
+
+constexpr std::array<const tool *, 7> tools = {&gpiotool, &i2ctool,   &ipmitool, &lpctool,
+                                               &memtool,  &nvramtool, &pcitool};
+constexpr unsigned largest_result = 65536; // a FIFO's buffer, which takes a result before it is read
+constexpr uint8_t surplus_byte = 0xa5;     // stands for what a too long result carries behind its end
+
+std::string command_line(const tool &what, arguments args)
+{
+    std::string line = what.name;
+    for (const char *arg : args) {
+        line += ' ';
+        line += arg;
+    }
+    return line;
+}
+
+// Counts and logs the run as one step, so that runs at the same time get different numbers.
+std::optional<fault> begin_run(const board &b, const tool &what, arguments args)
+{
+    const std::optional<std::string> text = read_text(b, fault_file);
+    const unsigned earlier = text ? logged_runs(b, what.name) : 0;
+    if (!log_command(b, command_line(what, args))) {
+        return std::nullopt;
+    }
+    return text ? parse_faults(*text, what.name, earlier) : fault{};
+}
+
+void die_of(int signal_number)
+{
+    signal(signal_number, SIG_DFL);
+    raise(signal_number);
+}
+
+int run_form(const tool &what, tool_run &run, arguments args)
+{
+    const std::string_view verb = args.empty() ? "" : args[0];
+    const auto form = std::ranges::find_if(what.forms, [&](const command_form &f) {
+        return verb.starts_with("--") && verb.substr(2) == f.verb;
+    });
+    if (form == what.forms.end()) {
+        complain("the first argument tells what to do");
+        return status_usage;
+    }
+    const std::optional<option_values> values = parse_options(args, form->options);
+    return values ? form->run(run, *values) : status_usage;
+}
+
+int access_board(const tool &what, tool_run &run, arguments args)
+{
+    const int status = what.run_raw != nullptr ? what.run_raw(run, args) : run_form(what, run, args);
+    if (status == status_usage) {
+        fprintf(stderr, "usage:\n%s\n", what.synopsis);
+    }
+    return status;
+}
+
+int run_locked(const tool &what, board &b, arguments args)
+{
+    const std::optional<fault> failing = begin_run(b, what, args);
+    if (!failing) {
+        return status_usage;
+    }
+    if (failing->late_ms != 0) {
+        unlock_board(b); // a slow tool holds up nobody else
+        usleep(failing->late_ms * 1000);
+        if (!lock_board(b)) {
+            return status_device;
+        }
+    }
+    if (failing->signal) {
+        die_of(*failing->signal);
+    }
+    if (failing->exit_status) {
+        return *failing->exit_status;
+    }
+    tool_run run{b, *failing};
+    return access_board(what, run, args);
+}
+
+// Opened without waiting: a reader that is not there is an error, not a tool that hangs.
+int open_fifo(const std::string &path)
+{
+    const int fd = open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    struct stat info = {};
+    if (fd >= 0 && (fstat(fd, &info) != 0 || !S_ISFIFO(info.st_mode))) {
+        close(fd);
+        errno = ENOSTR;
+        return -1;
+    }
+    return fd;
+}
+
+} // namespace
+
+const tool *find_tool(std::string_view name)
+{
+    const auto at = std::ranges::find_if(tools, [&](const tool *t) { return name == t->name; });
+    return at == tools.end() ? nullptr : *at;
+}
+
+std::span<const tool *const> all_tools()
+{
+    return tools;
+}
+
+int run_tool(const tool &what, arguments args)
+{
+    set_program(what.name);
+    signal(SIGPIPE, SIG_IGN);
+    board b;
+    int status = status_device;
+    if (open_board(b, getenv("BOARDSIM_DIR")) && lock_board(b)) {
+        status = run_locked(what, b, args);
+    }
+    close_board(b);
+    return status;
+}
+
+bool sized(std::vector<uint8_t> &bytes, uint64_t count)
+{
+    if (count > largest_result) {
+        complain("a result of more than %u bytes does not fit a FIFO", largest_result);
+        return false;
+    }
+    bytes.resize(static_cast<size_t>(count));
+    return true;
+}
+
+void distort(const fault &failing, std::vector<uint8_t> &bytes)
+{
+    const int size = static_cast<int>(bytes.size()) + failing.extra_bytes;
+    bytes.resize(failing.silent || size < 0 ? 0 : static_cast<size_t>(size), surplus_byte);
+}
+
+int deliver(const tool_run &run, std::string_view pipe, std::vector<uint8_t> bytes)
+{
+    distort(run.failing, bytes);
+    const std::string path(pipe);
+    const int fd = open_fifo(path);
+    if (fd < 0) {
+        complain("%s is no FIFO with a reader: %s", path.c_str(), strerror(errno));
+        return status_device;
+    }
+    const ssize_t written = bytes.empty() ? 0 : write(fd, bytes.data(), bytes.size());
+    const bool good = written == static_cast<ssize_t>(bytes.size());
+    if (!good) {
+        complain("%s took %zd of %zu bytes", path.c_str(), written, bytes.size());
+    }
+    close(fd);
+    return good ? status_ok : status_device;
+}
+
+} // namespace boardsim
