@@ -10,6 +10,7 @@
 
 #include "commands.h"
 #include "devices.h"
+#include "fpga.h"
 #include "message.h"
 
 namespace boardsim {
@@ -32,20 +33,21 @@ struct sample_image {
 };
 
 constexpr sample_image images[] = {
-    {"i2c/3/0x48.bin", 8, filling::zeros},      // temperature sensor
-    {"i2c/3/0x48.word", 0, filling::zeros},     // ...with 16-bit registers
-    {"i2c/3/0x50.bin", 256, filling::offsets},  // EEPROM, 8-bit register numbers
-    {"i2c/3/0x51.bin", 8192, filling::offsets}, // EEPROM, 16-bit register addresses
-    {"i2c/3/0x52.bin", 256, filling::ones},     // EEPROM...
-    {"i2c/3/0x52.pec", 0, filling::zeros},      // ...that demands a packet error code
-    {"gpio/0.bin", 64, filling::toggle},        // a byte a pin
-    {lpc_image, 65536, filling::zeros},         //
-    {fpga_image, 65536, filling::zeros},        //
-    {"pci/0:31.0.bin", 256, filling::zeros},    //
-    {mem_image, 1ULL << 32, filling::zeros},    // all that 32-bit addresses reach
-    {nvram_image, nvram_bytes, filling::zeros}, //
-    {bmc_image, 15, filling::zeros},            // the response to Get Device ID
-    {oem_image, 4ULL * 65536, filling::zeros},  // 65536 registers of 4 bytes
+    {"i2c/3/0x48.bin", 8, filling::zeros},          // temperature sensor
+    {"i2c/3/0x48.word", 0, filling::zeros},         // ...with 16-bit registers
+    {"i2c/3/0x50.bin", 256, filling::offsets},      // EEPROM, 8-bit register numbers
+    {"i2c/3/0x51.bin", 8192, filling::offsets},     // EEPROM, 16-bit register addresses
+    {"i2c/3/0x52.bin", 256, filling::ones},         // EEPROM...
+    {"i2c/3/0x52.pec", 0, filling::zeros},          // ...that demands a packet error code
+    {"gpio/0.bin", 64, filling::toggle},            // a byte a pin
+    {lpc_image, 65536, filling::zeros},             //
+    {fpga_image, fpga_image_bytes, filling::zeros}, //
+    {fpga_flash_image, 1 << 20, filling::zeros},    //
+    {"pci/0:31.0.bin", 256, filling::zeros},        //
+    {mem_image, 1ULL << 32, filling::zeros},        // all that 32-bit addresses reach
+    {nvram_image, nvram_bytes, filling::zeros},     //
+    {bmc_image, 15, filling::zeros},                // the response to Get Device ID
+    {oem_image, 4ULL * 65536, filling::zeros},      // 65536 registers of 4 bytes
 };
 
 struct sample_bytes {
