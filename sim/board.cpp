@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: MIT */
 #include "board.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cinttypes>
 #include <cstring>
@@ -39,24 +40,11 @@ bool transfer_all(int fd, direction way, std::span<uint8_t> bytes, uint64_t offs
     return true;
 }
 
-std::optional<uint64_t> size_of(int fd)
+bool in_range(const std::string &name, uint64_t size, uint64_t offset, size_t count)
 {
-    struct stat info = {};
-    if (fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
-        return std::nullopt;
-    }
-    return static_cast<uint64_t>(info.st_size);
-}
-
-bool in_range(const std::string &name, std::optional<uint64_t> size, uint64_t offset, size_t count)
-{
-    if (!size) {
-        complain("%s is not a plain file", name.c_str());
-        return false;
-    }
-    if (offset > *size || count > *size - offset) {
-        complain("%s holds %" PRIu64 " bytes; no %zu bytes from offset 0x%" PRIx64, name.c_str(), *size,
-                 count, offset);
+    if (offset > size || count > size - offset) {
+        complain("%s holds %" PRIu64 " bytes; no %zu bytes from offset 0x%" PRIx64, name.c_str(), size, count,
+                 offset);
         return false;
     }
     return true;
@@ -65,19 +53,18 @@ bool in_range(const std::string &name, std::optional<uint64_t> size, uint64_t of
 bool access_image(const board &b, std::string_view image, direction way, uint64_t offset,
                   std::span<uint8_t> bytes)
 {
-    const std::string name(image);
-    const int mode = way == direction::read ? O_RDONLY : O_RDWR;
-    const int fd = open(board_path(b, image).c_str(), mode | O_CLOEXEC);
-    if (fd < 0) {
-        complain("no such device: %s: %s", name.c_str(), strerror(errno));
+    if (!image_covers(b, image, offset, bytes.size())) {
         return false;
     }
-    bool good = in_range(name, size_of(fd), offset, bytes.size());
-    if (good && !transfer_all(fd, way, bytes, offset)) {
-        complain("%s: %s", name.c_str(), strerror(errno));
-        good = false;
+    const std::string path = board_path(b, image);
+    const int fd = open(path.c_str(), (way == direction::read ? O_RDONLY : O_WRONLY) | O_CLOEXEC);
+    const bool good = fd >= 0 && transfer_all(fd, way, bytes, offset);
+    if (!good) {
+        complain("%s: %s", path.c_str(), strerror(errno));
     }
-    close(fd);
+    if (fd >= 0) {
+        close(fd);
+    }
     return good;
 }
 
@@ -135,11 +122,19 @@ bool board_has(const board &b, std::string_view name)
 std::optional<uint64_t> image_size(const board &b, std::string_view image)
 {
     struct stat info = {};
-    if (stat(board_path(b, image).c_str(), &info) != 0) {
-        complain("no such device: %s: %s", std::string(image).c_str(), strerror(errno));
+    errno = 0;
+    if (stat(board_path(b, image).c_str(), &info) != 0 || !S_ISREG(info.st_mode)) {
+        complain("no such device: %s: %s", std::string(image).c_str(),
+                 errno != 0 ? strerror(errno) : "not a plain file");
         return std::nullopt;
     }
     return static_cast<uint64_t>(info.st_size);
+}
+
+bool image_covers(const board &b, std::string_view image, uint64_t offset, size_t count)
+{
+    const std::optional<uint64_t> size = image_size(b, image);
+    return size && in_range(std::string(image), *size, offset, count);
 }
 
 bool image_read(const board &b, std::string_view image, uint64_t offset, std::span<uint8_t> out)

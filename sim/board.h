@@ -39,6 +39,9 @@ bool board_has(const board &b, std::string_view name);
 /// The size of an image in bytes; nothing when it is missing.
 std::optional<uint64_t> image_size(const board &b, std::string_view image);
 
+/// Whether an image holds the whole range; tells when it does not.
+bool image_covers(const board &b, std::string_view image, uint64_t offset, size_t count);
+
 /// Reads or writes a whole range of an image. A missing image is a missing device, and a range that does
 /// not lie inside the image is refused whole; images never grow.
 bool image_read(const board &b, std::string_view image, uint64_t offset, std::span<uint8_t> out);

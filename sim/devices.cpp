@@ -132,6 +132,9 @@ unsigned i2c_register_bytes(const board &b, const i2c_address &dev)
 
 bool lpc_read(board &b, uint32_t addr, std::span<uint8_t> out)
 {
+    if (!image_covers(b, lpc_image, addr, out.size())) {
+        return false; // before any byte: a read of the mailbox has effects
+    }
     for (uint8_t &value : out) {
         if (!lpc_read_byte(b, addr++, value)) {
             return false;
@@ -142,6 +145,9 @@ bool lpc_read(board &b, uint32_t addr, std::span<uint8_t> out)
 
 bool lpc_write(board &b, uint32_t addr, std::span<const uint8_t> in)
 {
+    if (!image_covers(b, lpc_image, addr, in.size())) {
+        return false;
+    }
     for (const uint8_t value : in) {
         if (!lpc_write_byte(b, addr++, value)) {
             return false;

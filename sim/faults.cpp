@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: MIT */
 #include "faults.h"
 
+#include <csignal>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -16,22 +17,23 @@ namespace {
 constexpr uint64_t longest_wait_ms = 600000;
 constexpr uint64_t most_bytes = 65536;
 constexpr uint64_t highest_exit = 255;
-constexpr uint64_t highest_signal = 31; // the standard signals
+constexpr uint64_t highest_signal = SIGTERM; // up to here each one ends a program
 
 struct fault_kind {
     const char *name;
-    uint64_t max; // of its number; 0: it takes none
+    uint64_t min; // of its number
+    uint64_t max; // 0: it takes none
     void (*set)(fault &f, int number);
 };
 
 constexpr fault_kind kinds[] = {
-    {"exit", highest_exit, [](fault &f, int n) { f.exit_status = n; }},
-    {"signal", highest_signal, [](fault &f, int n) { f.signal = n; }},
-    {"silent", 0, [](fault &f, int) { f.silent = true; }},
-    {"short", most_bytes, [](fault &f, int n) { f.extra_bytes = -n; }},
-    {"long", most_bytes, [](fault &f, int n) { f.extra_bytes = n; }},
-    {"late", longest_wait_ms, [](fault &f, int n) { f.late_ms = static_cast<unsigned>(n); }},
-    {"garbage", 0, [](fault &f, int) { f.garbage = true; }},
+    {"exit", 0, highest_exit, [](fault &f, int n) { f.exit_status = n; }},
+    {"signal", 1, highest_signal, [](fault &f, int n) { f.signal = n; }},
+    {"silent", 0, 0, [](fault &f, int) { f.silent = true; }},
+    {"short", 1, most_bytes, [](fault &f, int n) { f.extra_bytes = -n; }},
+    {"long", 1, most_bytes, [](fault &f, int n) { f.extra_bytes = n; }},
+    {"late", 1, longest_wait_ms, [](fault &f, int n) { f.late_ms = static_cast<unsigned>(n); }},
+    {"garbage", 0, 0, [](fault &f, int) { f.garbage = true; }},
 };
 
 using words = std::vector<std::string>;
@@ -56,6 +58,17 @@ const fault_kind *find_kind(const std::string &name)
     return nullptr;
 }
 
+// The number behind a kind that takes one, 0 for the others; nothing when malformed.
+std::optional<uint64_t> number_of(const fault_kind &kind, const words &line, size_t at)
+{
+    if (kind.max == 0) {
+        return 0;
+    }
+    const std::string text = at < line.size() ? line[at] : "";
+    const std::optional<uint64_t> number = parse_number(text, {10, 1, kind.max});
+    return number && *number >= kind.min ? number : std::nullopt;
+}
+
 // <tool> <good-runs> <what> [number] [once]; false when malformed.
 bool apply(const words &line, std::string_view tool_name, unsigned earlier_runs, fault &f)
 {
@@ -64,15 +77,11 @@ bool apply(const words &line, std::string_view tool_name, unsigned earlier_runs,
         return false;
     }
     const std::optional<uint64_t> good_runs = parse_number(line[1], decimal_form);
-    std::optional<uint64_t> number = 0;
-    size_t next = 3;
-    if (kind->max != 0) {
-        number = next < line.size() ? parse_number(line[next], {10, 1, kind->max}) : std::nullopt;
-        next++;
-    }
-    const bool once = line.size() == next + 1 && line[next] == "once";
-    if (!good_runs || !number || (line.size() != next && !once) ||
-        (kind->name == std::string_view("garbage") && line[0] != ipmitool.name)) {
+    const std::optional<uint64_t> number = number_of(*kind, line, 3);
+    const size_t end = kind->max == 0 ? 3 : 4;
+    const bool once = line.size() == end + 1 && line[end] == "once";
+    const bool possible = kind->name != std::string_view("garbage") || line[0] == ipmitool.name;
+    if (!good_runs || !number || (line.size() != end && !once) || !possible) {
         return false;
     }
     if (line[0] == tool_name && (once ? earlier_runs == *good_runs : earlier_runs >= *good_runs)) {

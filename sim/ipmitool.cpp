@@ -93,7 +93,11 @@ bool bridged_write(tool_run &run, const i2c_address &dev, uint8_t address_byte, 
                    size_t register_bytes, byte_view written)
 {
     const bool with_pec = i2c_demands_pec(run.b, dev);
-    if (with_pec && (written.size() == register_bytes || !good_pec(address_byte, written))) {
+    if (with_pec && written.size() == register_bytes) {
+        complain("device 0x%02x: a write without a packet error code", address_byte);
+        return false;
+    }
+    if (with_pec && !good_pec(address_byte, written)) {
         return false;
     }
     const byte_view values = written.subspan(register_bytes);

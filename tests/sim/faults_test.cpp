@@ -1,0 +1,119 @@
+/* SPDX-License-Identifier: MIT */
+#include <gtest/gtest.h>
+
+#include "sim/tool_read.h"
+
+using namespace diagtest;
+
+namespace {
+
+constexpr char read_pin[] = "gpiotool --get --chip=0 --pin=1 --pipe=FIFO";
+constexpr char read_two[] = "i2ctool --read --bus=3 --addr=0x50 --count=2 --pipe=FIFO --width=8 --reg=0x40";
+
+std::vector<int> statuses(const char *command, int runs)
+{
+    std::vector<int> found;
+    for (int i = 0; i < runs; i++) {
+        const int status = run_shell(command).status;
+        found.push_back(WEXITSTATUS(status));
+    }
+    return found;
+}
+
+TEST(Faults, BeginAfterTheGoodRunsOfTheirTool)
+{
+    const sim_board board;
+    board.set_faults("# the second run of i2ctool and all later ones\n\ni2ctool 1 exit 7 # seven\n"
+                     "lpctool 1 exit 3 once\nlpctool 3 signal 9\n");
+    EXPECT_EQ(statuses("gpiotool --set --chip=0 --pin=1 --val=1", 2), (std::vector{0, 0}));
+    EXPECT_EQ(statuses("i2ctool --no_data --bus=3 --addr=0x50", 3), (std::vector{0, 7, 7}));
+    EXPECT_EQ(statuses("lpctool --write --addr=0x00000000 --size=b --val=", 4),
+              (std::vector{0, 3, 0, 128 + 9}));
+    EXPECT_EQ(board.commands().size(), 9U);
+    board.clear_commands();
+    EXPECT_EQ(statuses("i2ctool --no_data --bus=3 --addr=0x50", 1), std::vector{0});
+}
+
+struct result_case {
+    const char *fault;
+    bytes expected;
+};
+
+TEST(Faults, ChangeWhatAReadBrings)
+{
+    const sim_board board;
+    const result_case cases[] = {
+        {"i2ctool 0 silent", {}},           {"i2ctool 0 short 1", {0x40}},
+        {"i2ctool 0 short 3", {}},          {"i2ctool 0 long 1", {0x40, 0x41, 0xa5}},
+        {"i2ctool 9 silent", {0x40, 0x41}},
+    };
+    for (const result_case &c : cases) {
+        board.clear_commands();
+        board.set_faults(c.fault);
+        run_result run;
+        EXPECT_EQ(read_through_fifo(board, read_two, run), c.expected) << c.fault;
+        EXPECT_EQ(run.status, 0) << c.fault;
+    }
+}
+
+TEST(Faults, OfTheControllerShowInItsText)
+{
+    const sim_board board;
+    const char *const request = "ipmitool raw 0x38 0x2 0x3 0x50 0x40 0x2";
+    board.set_faults(
+        "ipmitool 0 garbage once\nipmitool 1 short 1 once\nipmitool 2 long 1 once\nipmitool 3 silent");
+    EXPECT_EQ(run_shell(request).out, "Unable to establish a session with the controller\n");
+    EXPECT_EQ(run_shell(request).out, " 40\n");
+    EXPECT_EQ(run_shell(request).out, " 40 41 a5\n");
+    EXPECT_EQ(run_shell(request).out, "");
+}
+
+TEST(Faults, AnExitOrADeathTouchesNothing)
+{
+    const sim_board board;
+    board.set_faults("gpiotool 0 exit 1 once\ngpiotool 1 signal 11");
+    EXPECT_EQ(statuses("gpiotool --set --chip=0 --pin=2 --val=9", 2), (std::vector{1, 128 + 11}));
+    EXPECT_EQ(board.image("gpio/0.bin", 2, 1), bytes{0});
+}
+
+TEST(Faults, ALateToolHoldsUpNobodyElse)
+{
+    const sim_board board;
+    board.set_faults("i2ctool 0 late 1500");
+    // The late tool writes last although it was started and logged first.
+    const run_result run =
+        run_shell("i2ctool --write --bus=3 --addr=0x50 --width=8 --reg=0x40 --val=0x02 &\n"
+                  "until [ -e $BOARDSIM_DIR/commands.log ]; do :; done\n"
+                  "ipmitool raw 0x38 0x3 0x3 0x50 0x40 0x1; ipmitool raw 0x38 0x2 0x3 0x50 0x40 0x1\nwait");
+    EXPECT_EQ(run.out, "\n 01\n");
+    EXPECT_EQ(board.image("i2c/3/0x50.bin", 0x40, 1), bytes{2});
+}
+
+TEST(Faults, AMalformedLineIsTold)
+{
+    const sim_board board;
+    const char *const malformed[] = {
+        "i2ctool",
+        "i2ctool 0",
+        "i2ctool 0 explode",
+        "i2ctol 0 silent",
+        "i2ctool x silent",
+        "i2ctool 0 exit",
+        "i2ctool 0 exit 256",
+        "i2ctool 0 signal 0",
+        "i2ctool 0 silent twice",
+        "i2ctool 0 exit 1 once more",
+        "i2ctool -1 silent",
+        "i2ctool 0 garbage",
+        "i2ctool 0 late 1s",
+    };
+    for (const char *line : malformed) {
+        board.set_faults("\n" + std::string(line) + "\n");
+        run_result run;
+        EXPECT_EQ(read_through_fifo(board, read_pin, run), bytes()) << line;
+        EXPECT_EQ(run.status, 2 << 8) << line;
+        EXPECT_EQ(run.err, "gpiotool: faults, line 2: not a fault: " + std::string(line) + "\n");
+    }
+}
+
+} // namespace
