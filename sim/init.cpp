@@ -33,21 +33,21 @@ struct sample_image {
 };
 
 constexpr sample_image images[] = {
-    {"i2c/3/0x48.bin", 8, filling::zeros},          // temperature sensor
-    {"i2c/3/0x48.word", 0, filling::zeros},         // ...with 16-bit registers
-    {"i2c/3/0x50.bin", 256, filling::offsets},      // EEPROM, 8-bit register numbers
-    {"i2c/3/0x51.bin", 8192, filling::offsets},     // EEPROM, 16-bit register addresses
-    {"i2c/3/0x52.bin", 256, filling::ones},         // EEPROM...
-    {"i2c/3/0x52.pec", 0, filling::zeros},          // ...that demands a packet error code
-    {"gpio/0.bin", 64, filling::toggle},            // a byte a pin
-    {lpc_image, 65536, filling::zeros},             //
-    {fpga_image, fpga_image_bytes, filling::zeros}, //
-    {fpga_flash_image, 1 << 20, filling::zeros},    //
-    {"pci/0:31.0.bin", 256, filling::zeros},        //
-    {mem_image, 1ULL << 32, filling::zeros},        // all that 32-bit addresses reach
-    {nvram_image, nvram_bytes, filling::zeros},     //
-    {bmc_image, 15, filling::zeros},                // the response to Get Device ID
-    {oem_image, 4ULL * 65536, filling::zeros},      // 65536 registers of 4 bytes
+    {"i2c/3/0x48.bin", 8, filling::zeros},      // temperature sensor
+    {"i2c/3/0x48.word", 0, filling::zeros},     // ...with 16-bit registers
+    {"i2c/3/0x50.bin", 256, filling::offsets},  // EEPROM, 8-bit register numbers
+    {"i2c/3/0x51.bin", 8192, filling::offsets}, // EEPROM, 16-bit register addresses
+    {"i2c/3/0x52.bin", 256, filling::ones},     // EEPROM...
+    {"i2c/3/0x52.pec", 0, filling::zeros},      // ...that demands a packet error code
+    {"gpio/0.bin", 64, filling::toggle},        // a byte a pin
+    {lpc_image, 65536, filling::zeros},
+    {fpga_image, fpga_image_bytes, filling::zeros},
+    {fpga_flash_image, 1 << 20, filling::zeros},
+    {"pci/0:31.0.bin", 256, filling::zeros},
+    {mem_image, 1ULL << 32, filling::zeros}, // all that 32-bit addresses reach
+    {nvram_image, nvram_bytes, filling::zeros},
+    {bmc_image, 15, filling::zeros},           // the response to Get Device ID
+    {oem_image, 4ULL * 65536, filling::zeros}, // 65536 registers of 4 bytes
 };
 
 struct sample_bytes {
@@ -57,19 +57,19 @@ struct sample_bytes {
 };
 
 constexpr sample_bytes contents[] = {
-    {"i2c/3/0x48.bin", 0, "\xf5\x80"sv},                        // -10.5 degrees in 12 bits, left-justified
-    {"i2c/3/0x48.bin", 4, "\x4b\x00\x50\x00"sv},                // limits: 75 and 80 degrees
-    {"i2c/3/0x50.bin", 0x00, "BOARDSIM SAMPLE EEPROM\0"sv},     //
-    {"i2c/3/0x50.bin", 0x20, "1.0a.2.7-b\0"sv},                 // version
-    {"i2c/3/0x51.bin", 0x0100, "BOARDSIM LARGE EEPROM\0"sv},    //
-    {lpc_image, 0x0200, "LPC\0"sv},                             //
-    {fpga_image, 0x0000, "FPGA"sv},                             //
-    {"pci/0:31.0.bin", 0x00, "\xad\xb0\x01\x0d"sv},             // vendor 0xb0ad, device 0x0d01
-    {"pci/0:31.0.bin", 0x08, "\x02\x00\x01\x06"sv},             // revision 2, an ISA bridge
-    {mem_image, 0x80000000, "BOARDSIM SAMPLE MEMORY\0"sv},      //
+    {"i2c/3/0x48.bin", 0, "\xf5\x80"sv},         // -10.5 degrees in 12 bits, left-justified
+    {"i2c/3/0x48.bin", 4, "\x4b\x00\x50\x00"sv}, // limits: 75 and 80 degrees
+    {"i2c/3/0x50.bin", 0x00, "BOARDSIM SAMPLE EEPROM\0"sv},
+    {"i2c/3/0x50.bin", 0x20, "1.0a.2.7-b\0"sv}, // version
+    {"i2c/3/0x51.bin", 0x0100, "BOARDSIM LARGE EEPROM\0"sv},
+    {lpc_image, 0x0200, "LPC\0"sv},
+    {fpga_image, 0x0000, "FPGA"sv},
+    {"pci/0:31.0.bin", 0x00, "\xad\xb0\x01\x0d"sv}, // vendor 0xb0ad, device 0x0d01
+    {"pci/0:31.0.bin", 0x08, "\x02\x00\x01\x06"sv}, // revision 2, an ISA bridge
+    {mem_image, 0x80000000, "BOARDSIM SAMPLE MEMORY\0"sv},
     {nvram_image, 1058, "\x01"sv},                              // valid; the verbosity at 1060 is 0
     {bmc_image, 0, "\x20\x81\x01\x02\x02\x9f\xad\xb0\0\x01"sv}, // IPMI 2.0, firmware 1.02
-    {oem_image, 4 * 0x1234, "\x11\x22\x33\x44"sv},              //
+    {oem_image, 0x48d0, "\x11\x22\x33\x44"sv},                  // register 0x1234
 };
 
 uint8_t filled(filling fill, uint64_t offset)

@@ -31,9 +31,7 @@ void stir(uint64_t &stream, uint64_t value)
 mischief draw_mischief(const mischief_rates &rates, const bus_message &request, uint32_t attempt)
 {
     uint64_t stream = rates.seed;
-    stir(stream, request.tool_id);
-    stir(stream, request.inst_id);
-    stir(stream, request.transac_id);
+    stir(stream, message_crc(request));
     stir(stream, attempt);
     // All are drawn, in this order, so that switching one fault on does not move the others.
     mischief drawn = {};

@@ -44,12 +44,12 @@ TEST(Broker, AnswersEachTypeFromTheBoard)
     const sim_broker broker({"--dyn-id=0x002b:cpu0-dyn"});
     const bus_client client(broker.port);
     const answer_case cases[] = {
-        {{1, eeprom, "rom", 3, 5, "00000010,0002,08,1c,aa,55", ""}, "00000010,0002,08,Success,"},
-        {{2, eeprom, "rom", 2, 5, "0000000f,0003,08,1c", ""}, "0000000f,0003,08,1c,Success,3,0faa55"},
+        {{1, eeprom, "rom", 3, 5, "00000040,0002,08,1c,aa,55", ""}, "00000040,0002,08,Success,"},
+        {{2, eeprom, "rom", 2, 5, "0000003f,0003,08,1c", ""}, "0000003f,0003,08,1c,Success,3,3faa55"},
         // Addressed without data: there or not, and nothing changes.
-        {{3, eeprom, "rom", 3, 5, "00000012,0001,08,1c,ff", ",01"}, "00000012,0001,08,Success,"},
-        {{4, "i2c-3-0x60", "", 3, 5, "00000012,0001,08,1c,ff", ",01"}, "00000012,0001,08,Failed"},
-        {{5, eeprom, "rom", 2, 5, "00000012,0001,08,10", ""}, "00000012,0001,08,10,Success,1,12"},
+        {{3, eeprom, "rom", 3, 5, "00000042,0001,08,1c,ff", ",01"}, "00000042,0001,08,Success,"},
+        {{4, "i2c-3-0x60", "", 3, 5, "00000042,0001,08,1c,ff", ",01"}, "00000042,0001,08,Failed"},
+        {{5, eeprom, "rom", 2, 5, "00000042,0001,08,10", ""}, "00000042,0001,08,10,Success,1,42"},
         {{6, eeprom, "rom", 2, 5, "000000ff,0002,08,1c", ""}, "000000ff,0002,08,1c,Failed"},
         {{7, "eeprom", "rom", 2, 5, "00000000,0001,08,1c", ""}, "00000000,0001,08,1c,No device"},
         {{8, "", "mem", 2, 5, "80000000,0005,08,1c", ""}, "80000000,0005,08,1c,Success,5,424f415244"},
@@ -66,8 +66,8 @@ TEST(Broker, AnswersEachTypeFromTheBoard)
     }
     const std::vector<std::string> log = board.commands();
     ASSERT_EQ(log.size(), std::size(cases));
-    EXPECT_EQ(log[0], "broker 3 i2c-3-0x50 rom ind=5 00000010,0002,08,1c,aa,55");
-    EXPECT_EQ(log[2], "broker 3 i2c-3-0x50 rom ind=5 00000012,0001,08,1c,ff support=,01");
+    EXPECT_EQ(log[0], "broker 3 i2c-3-0x50 rom ind=5 00000040,0002,08,1c,aa,55");
+    EXPECT_EQ(log[2], "broker 3 i2c-3-0x50 rom ind=5 00000042,0001,08,1c,ff support=,01");
     EXPECT_EQ(log[14], "broker 7 - - ind=0");
 }
 

@@ -36,7 +36,7 @@ TEST(Ipmi, AnswersRawRequests)
     EXPECT_EQ(board.image("i2c/3/0x50.bin", 0x80, 2), (bytes{0xa5, 0x81}));
     EXPECT_EQ(board.image("i2c/3/0x52.bin", 0x10, 3), (bytes{1, 2, 0xff}));
     EXPECT_EQ(board.image("i2c/3/0x51.bin", 0x102, 3), (bytes{0xaa, 0xbb, 'D'}));
-    EXPECT_EQ(board.image("oem.bin", 4 * 0x1235, 4), (bytes{1, 2, 3, 0xff}));
+    EXPECT_EQ(board.image("oem.bin", 0x48d4, 4), (bytes{1, 2, 3, 0xff}));
 }
 
 TEST(Ipmi, ADeviceThatDemandsPecTakesOnlyTheRightOne)

@@ -36,6 +36,12 @@ std::string text_of(const std::string &path)
     return text.str();
 }
 
+std::string path_now()
+{
+    const char *path = getenv("PATH");
+    return path == nullptr ? "/usr/bin:/bin" : path;
+}
+
 } // namespace
 
 run_result run_shell(const std::string &command)
@@ -51,7 +57,7 @@ run_result run_shell(const std::string &command)
     return result;
 }
 
-sim_board::sim_board() : root(make_root()), folder(root + "/board"), old_path(getenv("PATH"))
+sim_board::sim_board() : root(make_root()), folder(root + "/board"), old_path(path_now())
 {
     const run_result made = run_shell(BOARDSIM_BIN "/boardsim init " + folder);
     if (made.status != 0) {
