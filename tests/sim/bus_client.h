@@ -47,17 +47,13 @@ inline std::string bus_frame(const bus_request &r, const char *start = "RQS", co
         little_endian(r.data.size(), 2) + little_endian(r.support.size(), 1) + r.data + r.support;
     const uLong crc =
         crc32(0, reinterpret_cast<const Bytef *>(covered.data()), static_cast<uInt>(covered.size()));
-    char head[64];
-    char middle[64];
-    char tail[16];
-    snprintf(head, sizeof head, "%02x00000001%08x%02zx", r.tool_id, r.transac_id, r.dev_id.size());
-    snprintf(middle, sizeof middle, "%08x%08x%02x%04zx%02zx", r.priority, r.type, r.indication, r.data.size(),
-             r.support.size());
-    snprintf(tail, sizeof tail, "%08lx", crc);
-    char name_length[8];
-    snprintf(name_length, sizeof name_length, "%02zx", r.dev_name.size());
-    return start + std::string(head) + r.dev_id + name_length + r.dev_name + middle + r.data + r.support +
-           tail + end;
+    std::string frame(covered.size() + 100, '\0');
+    const int size = snprintf(frame.data(), frame.size(),
+                              "%s%02x00000001%08x%02zx%s%02zx%s%08x%08x%02x%04zx%02zx%s%s%08lx%s", start,
+                              r.tool_id, r.transac_id, r.dev_id.size(), r.dev_id.c_str(), r.dev_name.size(),
+                              r.dev_name.c_str(), r.priority, r.type, r.indication, r.data.size(),
+                              r.support.size(), r.data.c_str(), r.support.c_str(), crc, end);
+    return frame.substr(0, static_cast<size_t>(size));
 }
 
 /// The response frame that answers `r` with a data text.

@@ -7,15 +7,13 @@
 
 #include "sim/bus_client.h"
 #include "sim/fpga.h"
-#include "support/sim_board.h"
+#include "sim/tool_read.h"
 #include "support/sim_broker.h"
 
 using namespace diagtest;
 using namespace boardsim;
 
 namespace {
-
-using bytes = std::vector<uint8_t>;
 
 struct fpga_bench {
     sim_board board;
@@ -26,31 +24,24 @@ struct fpga_bench {
     {
         std::ofstream(board.folder + "/fpga.cfg") << text;
     }
-    /// One mailbox request; the data text of its answer.
-    [[nodiscard]] std::string ask(uint32_t type, uint8_t indication, uint32_t addr, const char *rest) const
+    /// The mailbox address in one request, the data in another; the data text of the last answer.
+    [[nodiscard]] std::string access(uint16_t reg, uint32_t type, const char *data) const
     {
-        char data[40];
-        snprintf(data, sizeof data, "%08x,0001,08,%s", addr, rest);
-        const std::string answer = client.ask({0, "cpu0", "fpga", type, indication, data, ""});
+        char address[40];
+        snprintf(address, sizeof address, "00000080,0002,08,1c,%02x,%02x", reg >> 8, reg & 0xff);
+        EXPECT_NE(client.ask({0, "cpu0", "fpga", 3, 1, address, ""}), "(nothing)");
+        const std::string answer = client.ask({1, "cpu0", "fpga", type, 5, data, ""});
         return answer.substr(57, answer.size() - 68);
-    }
-    [[nodiscard]] bool set(uint32_t addr, uint8_t indication, uint8_t value) const
-    {
-        char rest[8];
-        snprintf(rest, sizeof rest, "1c,%02x", value);
-        return ask(3, indication, addr, rest).ends_with(",Success,");
     }
     [[nodiscard]] bool write(uint16_t reg, uint8_t value) const
     {
-        return set(0x80, 1, static_cast<uint8_t>(reg >> 8)) && set(0x81, 2, static_cast<uint8_t>(reg)) &&
-               set(0x83, 5, value);
+        char data[40];
+        snprintf(data, sizeof data, "00000083,0001,08,1c,%02x", value);
+        return access(reg, 3, data) == "00000083,0001,08,Success,";
     }
     [[nodiscard]] std::optional<unsigned> read(uint16_t reg) const
     {
-        if (!set(0x80, 1, static_cast<uint8_t>(reg >> 8)) || !set(0x81, 2, static_cast<uint8_t>(reg))) {
-            return std::nullopt;
-        }
-        const std::string text = ask(2, 5, 0x82, "10");
+        const std::string text = access(reg, 2, "00000082,0001,08,10");
         const size_t value = text.find("Success,1,");
         return value == std::string::npos
                    ? std::nullopt
@@ -221,20 +212,18 @@ TEST(Fpga, ToolsAndBrokerReachTheSameFpga)
 {
     const fpga_bench fpga;
     fpga.settings("mode_polls=2\nfail=read 0x0400 1\n");
-    const auto tool = [](const std::string &options) { return run_shell("lpctool --" + options).status; };
-    // A FIFO opened for both ways takes the byte without a reader in wait.
-    const auto get = [&] {
-        return run_shell(
-            "mkfifo -m 600 $BOARDSIM_DIR/../p && exec 3<>$BOARDSIM_DIR/../p; "
-            "lpctool --get --addr=0x00000082 --size=b --count=1 --pipe=$BOARDSIM_DIR/../p || exit; "
-            "head -c 1 <&3 | od -An -tx1; rm $BOARDSIM_DIR/../p");
+    const auto write = [](const char *options) {
+        return run_shell(std::string("lpctool --write --size=b ") + options).status;
     };
-    EXPECT_EQ(tool("write --addr=0x00000080 --size=b --val=0x4,0x8"), 0);
-    EXPECT_EQ(tool("write --addr=0x00000083 --size=b --val=0xa5"), 0);
+    const char *get = "lpctool --get --addr=0x00000082 --size=b --count=1 --pipe=FIFO";
+    run_result run;
+    EXPECT_EQ(write("--addr=0x00000080 --val=0x4,0x8"), 0);
+    EXPECT_EQ(write("--addr=0x00000083 --val=0xa5"), 0);
     EXPECT_EQ(fpga.read(fpga_mode_reg), 0U);
-    EXPECT_EQ(get().out, " 5a\n");
-    EXPECT_EQ(tool("write --addr=0x00000080 --size=b --val=0x4,0x0"), 0);
-    EXPECT_EQ(get().status, 1 << 8);
+    EXPECT_EQ(read_through_fifo(fpga.board, get, run), bytes{fpga_test_mode_ack});
+    EXPECT_EQ(write("--addr=0x00000080 --val=0x4,0x0"), 0);
+    EXPECT_EQ(read_through_fifo(fpga.board, get, run), bytes{});
+    EXPECT_EQ(run.status, 1 << 8);
     EXPECT_EQ(fpga.read(0x0400), 0U);
 }
 

@@ -63,16 +63,11 @@ sim_broker::~sim_broker()
     close(output);
 }
 
-std::map<std::string, uint64_t> sim_broker::stop()
+std::map<std::string, uint64_t> sim_broker::stop(bool by_itself)
 {
-    if (pid > 0) {
+    if (pid > 0 && !by_itself) {
         kill(pid, SIGTERM);
     }
-    return wait();
-}
-
-std::map<std::string, uint64_t> sim_broker::wait()
-{
     std::map<std::string, uint64_t> counts;
     for (std::string line = next_line(output); !line.empty(); line = next_line(output)) {
         const size_t blank = line.rfind(' ');

@@ -19,10 +19,9 @@ struct sim_broker {
     sim_broker(const sim_broker &) = delete;
     sim_broker &operator=(const sim_broker &) = delete;
 
-    /// Ends the broker and waits for it: what it counted, by name. Its exit status is then in `status`.
-    std::map<std::string, uint64_t> stop();
-    /// The same, for a broker that ends by itself.
-    std::map<std::string, uint64_t> wait();
+    /// Ends the broker (unless it ends by itself) and waits for it: what it counted, by name. Its exit status
+    /// is then in `status`.
+    std::map<std::string, uint64_t> stop(bool by_itself = false);
     int status = -1; // as waitpid() gives it
 
   private:
