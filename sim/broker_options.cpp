@@ -80,7 +80,7 @@ bool take_refusals(const option_values &values, broker_settings &out)
         const auto which = parse_number(type, type_form);
         const auto many = parse_number(count, count_form);
         if (which && many) {
-            out.refuse_type[*which] = *many;
+            out.refuse_type[static_cast<size_t>(*which)] = *many;
         }
         return which && many;
     };

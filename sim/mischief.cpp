@@ -53,7 +53,7 @@ void damage_frame(std::string &frame, uint64_t dice)
     if (frame.empty()) {
         return;
     }
-    char &victim = frame[dice % frame.size()];
+    char &victim = frame[static_cast<size_t>(dice % frame.size())];
     const size_t digit = digits.find(victim);
     if (digit != std::string_view::npos) {
         victim = digits[digit ^ 1];
@@ -67,7 +67,7 @@ std::vector<std::string> cut_datagram(const std::string &bytes, uint64_t dice)
     if (bytes.size() < 2) {
         return {bytes};
     }
-    const size_t place = 1 + dice % (bytes.size() - 1);
+    const size_t place = 1 + static_cast<size_t>(dice % (bytes.size() - 1));
     return {bytes.substr(0, place), bytes.substr(place)};
 }
 
