@@ -16,6 +16,9 @@ struct command {
 /// Writes a complete sample board.
 int run_init(arguments args);
 
+/// Answers bus broker requests until it is told to end.
+int run_broker(arguments args);
+
 } // namespace boardsim
 
 #endif

@@ -10,6 +10,7 @@
 
 #include "commands.h"
 #include "devices.h"
+#include "fpga.h"
 #include "message.h"
 
 namespace boardsim {
@@ -40,7 +41,8 @@ constexpr sample_image images[] = {
     {"i2c/3/0x52.pec", 0, filling::zeros},      // ...that demands a packet error code
     {"gpio/0.bin", 64, filling::toggle},        // a byte a pin
     {lpc_image, 65536, filling::zeros},
-    {fpga_image, 65536, filling::zeros},
+    {fpga_image, fpga_image_bytes, filling::zeros},
+    {fpga_flash_image, 1 << 20, filling::zeros},
     {"pci/0:31.0.bin", 256, filling::zeros},
     {mem_image, 1ULL << 32, filling::zeros}, // all that 32-bit addresses reach
     {nvram_image, nvram_bytes, filling::zeros},

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "broker_options.h"
 #include "commands.h"
 #include "message.h"
 #include "tools.h"
@@ -15,6 +16,7 @@ using namespace boardsim;
 
 constexpr std::array commands = {
     command{"init", "boardsim init [--force] DIR", run_init},
+    command{"broker", broker_synopsis, run_broker},
 };
 
 void print_help()

@@ -125,7 +125,7 @@ std::optional<uint64_t> parse_number(std::string_view text, const number_form &f
     uint64_t number = 0;
     for (const char c : text) {
         const size_t digit = digit_text.find(c);
-        if (digit >= form.base || number > (form.max - digit) / form.base) {
+        if (digit >= form.base || digit > form.max || number > (form.max - digit) / form.base) {
             return std::nullopt;
         }
         number = number * form.base + digit;

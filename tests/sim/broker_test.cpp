@@ -1,0 +1,277 @@
+/* SPDX-License-Identifier: MIT */
+// The simulated bus broker, datagram by datagram.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <set>
+
+#include "sim/bus_client.h"
+#include "support/sim_board.h"
+#include "support/sim_broker.h"
+
+using namespace diagtest;
+
+namespace {
+
+constexpr char eeprom[] = "i2c-3-0x50";
+
+bus_request query(uint32_t transac_id)
+{
+    return {.transac_id = transac_id};
+}
+
+struct answer_case {
+    bus_request request;
+    std::string answer;
+};
+
+TEST(Broker, AnswersEachTypeFromTheBoard)
+{
+    const sim_board board;
+    const sim_broker broker({"--dyn-id=0x002b:cpu0-dyn"});
+    const bus_client client(broker.port);
+    client.send_bytes(
+        "RQS03000000010000000704cpu004fpga00000000000000020500130000000010,0001,08,1ca395f48cRQE");
+    const bus_request known = {7, "cpu0", "fpga", 2, 5, "00000010,0001,08,1c", ""};
+    EXPECT_EQ(client.receive(), bus_response(known, "00000010,0001,08,1c,Success,1,00"));
+    const answer_case cases[] = {
+        {{1, eeprom, "rom", 3, 5, "00000040,0002,08,1c,aa,55", ""}, "00000040,0002,08,Success,"},
+        {{2, eeprom, "rom", 2, 5, "0000003f,0003,08,1c", ""}, "0000003f,0003,08,1c,Success,3,3faa55"},
+        // Addressed without data: there or not, and nothing changes.
+        {{3, eeprom, "rom", 3, 5, "00000042,0001,08,1c,ff", ",01"}, "00000042,0001,08,Success,"},
+        {{4, "i2c-3-0x60", "", 3, 5, "00000042,0001,08,1c,ff", ",01"}, "00000042,0001,08,Failed"},
+        {{5, eeprom, "rom", 2, 5, "00000042,0001,08,10", ""}, "00000042,0001,08,10,Success,1,42"},
+        {{6, eeprom, "rom", 2, 5, "000000ff,0002,08,1c", ""}, "000000ff,0002,08,1c,Failed"},
+        {{7, "eeprom", "rom", 2, 5, "00000000,0001,08,1c", ""}, "00000000,0001,08,1c,No device"},
+        {{8, "", "mem", 2, 5, "80000000,0005,08,1c", ""}, "80000000,0005,08,1c,Success,5,424f415244"},
+        {{9, "", "mem", 2, 5, "00000000,7ff0,08,1c", ""}, "00000000,7ff0,08,1c,Too long"},
+        {{10, "", "", 5, 5, "002a,0007", ""}, "Success,dyn-002a-7"},
+        {{11, "", "", 5, 5, "002b,65535", ""}, "Success,cpu0-dyn"},
+        {{12, "", "", 6, 5, "00,11,22,33,30,A1", ""}, "Success"},
+        {{13, "", "", 6, 5, "01,11,22,33,10", ""}, "Success"},
+        {{14, "", "", 0, 5, "", ""}, "Success"},
+        {{15, "", "", 7, 0, "", ""}, "Success"},
+    };
+    for (const answer_case &c : cases) {
+        EXPECT_EQ(client.ask(c.request), bus_response(c.request, c.answer)) << c.request.transac_id;
+    }
+    const std::vector<std::string> log = board.commands();
+    ASSERT_EQ(log.size(), std::size(cases) + 1);
+    EXPECT_EQ(log[1], "broker 3 i2c-3-0x50 rom ind=5 00000040,0002,08,1c,aa,55");
+    EXPECT_EQ(log[3], "broker 3 i2c-3-0x50 rom ind=5 00000042,0001,08,1c,ff support=,01");
+    EXPECT_EQ(log[15], "broker 7 - - ind=0");
+    // A long answer comes in pieces that a client takes.
+    const bus_request request = {.dev_name = "mem", .type = 2, .data = "00000000,1000,08,1c"};
+    std::string whole = client.ask(request);
+    EXPECT_EQ(whole.size(), 4096U);
+    whole += client.receive();
+    whole += client.receive();
+    EXPECT_EQ(whole, bus_response(request, request.data + ",Success,1000," + std::string(0x2000, '0')));
+}
+
+TEST(Broker, DropsAndCountsWhatIsNoGoodRequest)
+{
+    const sim_board board;
+    sim_broker broker;
+    const bus_client client(broker.port);
+    const std::string good = bus_frame({.dev_id = "abc", .type = 1});
+    const auto changed = [&](size_t at, char to) { return std::string(good).replace(at, 1, 1, to); };
+    const std::string upper = bus_frame(query(0xabc)).replace(18, 3, "ABC");
+    const std::string bad_shapes[] = {"",          good + "\n",      good.substr(1),   good.substr(0, 30),
+                                      good + good, changed(62, 'P'), changed(21, 'f'), upper};
+    for (const std::string &frame : bad_shapes) {
+        client.send_bytes(frame);
+    }
+    client.send_bytes(changed(20, '1'));
+    for (const bus_request &r : {bus_request{.tool_id = 23}, bus_request{.priority = 3},
+                                 bus_request{.type = 8}, bus_request{.indication = 6}}) {
+        client.send_bytes(bus_frame(r));
+    }
+    const bus_request bad_data[] = {
+        {.type = 1, .data = "x"},
+        {.type = 2, .data = "00000010,0001,08,1c,"},
+        {.type = 3, .data = "00000010,0002,08,1c,aa"},
+        {.type = 5, .data = "002a,007"},
+        {.type = 6, .data = "00,11,22,33,30"},
+        {.type = 6, .data = "01,11,22,33,30,A1"},
+        {.type = 1, .support = ",1"},
+    };
+    for (const bus_request &r : bad_data) {
+        client.send_bytes(bus_frame(r));
+    }
+    std::mt19937 dice(1);
+    for (int i = 0; i < 100; i++) {
+        std::string noise = i % 2 == 0 ? good : std::string(dice() % 100, '\0');
+        for (size_t n = 0; n < 1 + noise.size() / 8 && !noise.empty(); n++) {
+            noise[dice() % noise.size()] = static_cast<char>(dice() % 256);
+        }
+        client.send_bytes("~" + noise);
+    }
+    EXPECT_EQ(client.ask({.tool_id = 22}), bus_response({.tool_id = 22}, "Success"));
+    auto counts = broker.stop();
+    EXPECT_EQ(broker.status, 0);
+    EXPECT_EQ(counts["bad shape"], std::size(bad_shapes) + 100);
+    EXPECT_EQ(counts["bad crc"], 1U);
+    EXPECT_EQ(counts["bad value"], 4U);
+    EXPECT_EQ(counts["bad data"], std::size(bad_data));
+    EXPECT_EQ(counts["good"], 1U);
+    EXPECT_EQ(board.commands().size(), 1U);
+}
+
+TEST(Broker, RefusesAsOftenAsItIsTold)
+{
+    const sim_board board;
+    sim_broker broker({"--refuse=1", "--refuse-type=5:1,6:2", "--refuse-word=Later", "--not-found"});
+    const bus_client client(broker.port);
+    const bus_request write = {.dev_id = eeprom, .type = 3, .data = "00000010,0001,08,1c,aa"};
+    const bus_request name = {.type = 5, .data = "0001,0000"};
+    const bus_request access = {.type = 6, .data = "01,00,00,00,10"};
+    const answer_case cases[] = {
+        {write, "00000010,0001,08,Later"},
+        {write, "00000010,0001,08,Success,"},
+        {name, "Later"},
+        {name, "Success,dyn-0001-0"},
+        {access, "Later"},
+        {access, "Later"},
+        {access, "Success"},
+        {query(0), "Req not found"},
+    };
+    for (const answer_case &c : cases) {
+        EXPECT_EQ(client.ask(c.request), bus_response(c.request, c.answer));
+    }
+    EXPECT_EQ(board.commands()[0], "broker 3 i2c-3-0x50 - ind=5 00000010,0001,08,1c,aa refused");
+    auto counts = broker.stop();
+    EXPECT_EQ(counts["refused"], 4U);
+    EXPECT_EQ(counts["repeated"], 4U);
+}
+
+TEST(Broker, FallsSilentAndEndsWhenTold)
+{
+    const sim_board board;
+    sim_broker broker({"--silent-after=1", "--max-requests=3"});
+    const bus_client client(broker.port);
+    EXPECT_EQ(client.ask(query(1)), bus_response(query(1), "Success"));
+    client.send_bytes(bus_frame(query(2)));
+    client.send_bytes(bus_frame(query(3)));
+    auto counts = broker.stop(true);
+    EXPECT_EQ(broker.status, 0);
+    EXPECT_EQ(counts["swallowed"], 2U);
+    EXPECT_EQ(counts["sent"], 1U);
+    EXPECT_EQ(client.receive(0), "(nothing)");
+}
+
+/// The answers that come to `requests` queries; the broker ends behind the last, so that none is missed.
+std::multiset<std::string> answers_to(int requests, std::vector<std::string> options,
+                                      std::map<std::string, uint64_t> *counts = nullptr)
+{
+    options.push_back("--max-requests=" + std::to_string(requests));
+    sim_broker broker(options);
+    const bus_client client(broker.port);
+    std::multiset<std::string> answers;
+    for (int i = 0; i < requests; i++) {
+        client.send_bytes(bus_frame(query(static_cast<uint32_t>(i))));
+    }
+    const auto counted = broker.stop(true);
+    for (std::string a = client.receive(0); a != "(nothing)"; a = client.receive(0)) {
+        answers.insert(a);
+    }
+    if (counts != nullptr) {
+        *counts = counted;
+    }
+    return answers;
+}
+
+TEST(Broker, LosesTheSameAnswersForTheSameSeed)
+{
+    const sim_board board;
+    std::map<std::string, uint64_t> counts;
+    const auto first = answers_to(100, {"--seed=5", "--lose=40", "--double=30"}, &counts);
+    EXPECT_EQ(first, answers_to(100, {"--seed=5", "--lose=40", "--double=30", "--late=20"}));
+    EXPECT_NE(first, answers_to(100, {"--seed=6", "--lose=40", "--double=30"}));
+    EXPECT_EQ(first.size(), 100 - counts["lost"] + counts["doubled"]);
+    EXPECT_GT(counts["lost"], 20U);
+    EXPECT_GT(counts["doubled"], 5U);
+}
+
+TEST(Broker, SpoilsAnswersAsItIsTold)
+{
+    const sim_board board;
+    const std::string plain = bus_response(query(1), "Success");
+    const std::string ack = bus_response(query(1), "Rx Ack");
+    struct spoil_case {
+        std::vector<std::string> options;
+        std::vector<std::string> datagrams;
+    };
+    const spoil_case cases[] = {
+        {{"--ack-first=100"}, {ack, plain}},
+        {{"--ack-first=100", "--reorder=100"}, {plain, ack}},
+        {{"--ack-first=100", "--join=100"}, {ack + plain}},
+        {{"--double=100", "--delay=100:30"}, {plain, plain}},
+        {{"--join=100"}, {plain}},
+        {{"--reorder=100", "--late=10"}, {plain}},
+    };
+    for (const spoil_case &c : cases) {
+        const sim_broker broker(c.options);
+        const bus_client client(broker.port);
+        client.send_bytes(bus_frame(query(1)));
+        for (const std::string &expected : c.datagrams) {
+            EXPECT_EQ(client.receive(), expected) << c.options[0];
+        }
+    }
+    const sim_broker cutting({"--split=100"});
+    const bus_client client(cutting.port);
+    const std::string front = client.ask(query(1));
+    EXPECT_LT(front.size(), plain.size());
+    EXPECT_EQ(front + client.receive(), plain);
+    const auto damaged = answers_to(100, {"--damage=100"});
+    EXPECT_EQ(damaged.size(), 100U);
+    for (uint32_t id = 0; id < 100; id++) {
+        EXPECT_FALSE(damaged.contains(bus_response(query(id), "Success")));
+    }
+}
+
+TEST(Broker, HoldsAnAnswerForTheNextOfTheSameClient)
+{
+    const sim_board board;
+    const std::string one = bus_response(query(1), "Success");
+    const std::string two = bus_response(query(2), "Success");
+    for (const char *option : {"--join=100", "--reorder=100"}) {
+        const sim_broker broker({option, "--late=500"}); // so long the first answer waits for the second
+        const bus_client client(broker.port);
+        client.send_bytes(bus_frame(query(1)));
+        bus_client(broker.port).send_bytes(bus_frame(query(3)));
+        client.send_bytes(bus_frame(query(2)));
+        const std::string first = client.receive();
+        EXPECT_EQ(option[2] == 'j' ? first : first + client.receive(),
+                  option[2] == 'j' ? one + two : two + one);
+    }
+}
+
+TEST(Broker, KeepsTheMailboxAddressesOfItsClientsApart)
+{
+    const sim_board board;
+    board.set_image("fpga.bin", 0x1201, {0x11});
+    board.set_image("fpga.bin", 0x3402, {0x22});
+    const sim_broker broker;
+    const bus_client clients[] = {bus_client(broker.port), bus_client(broker.port)};
+    const char *address[] = {"00000080,0002,08,1c,12,01", "00000080,0002,08,1c,34,02"};
+    const bus_request read = {3, "cpu0", "fpga", 2, 5, "00000082,0001,08,10", ""};
+    for (size_t i = 0; i < 2; i++) {
+        EXPECT_NE(clients[i].ask({1, "cpu0", "fpga", 3, 1, address[i], ""}), "(nothing)");
+    }
+    EXPECT_EQ(clients[0].ask(read), bus_response(read, read.data + ",Success,1,11"));
+    EXPECT_EQ(clients[1].ask(read), bus_response(read, read.data + ",Success,1,22"));
+}
+
+TEST(Broker, TakesNoWrongCommandLine)
+{
+    const sim_board board;
+    for (const char *options : {"--ip=0.0.0.0", "--ip=192.0.2.1", "--port=65536", "--lose=101", "--delay=5",
+                                "--refuse-type=8:1", "--dyn-id=2a:x", "--loose=5"}) {
+        const run_result run = run_shell(std::string("timeout 10 boardsim broker ") + options);
+        EXPECT_EQ(run.status, 2 << 8) << options;
+        EXPECT_NE(run.err.find("usage:"), std::string::npos) << options;
+    }
+}
+
+} // namespace

@@ -1,0 +1,230 @@
+/* SPDX-License-Identifier: MIT */
+// The simulated FPGA through the mailbox, by broker and by tool.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <optional>
+
+#include "sim/bus_client.h"
+#include "sim/fpga.h"
+#include "sim/tool_read.h"
+#include "support/sim_broker.h"
+
+using namespace diagtest;
+using namespace boardsim;
+
+namespace {
+
+struct fpga_bench {
+    sim_board board;
+    sim_broker broker;
+    bus_client client{broker.port};
+
+    void settings(const std::string &text) const
+    {
+        std::ofstream(board.folder + "/fpga.cfg") << text;
+    }
+    /// The mailbox address in one request, the data in another; the data text of the last answer.
+    [[nodiscard]] std::string access(uint16_t reg, uint32_t type, const char *data) const
+    {
+        char address[40];
+        snprintf(address, sizeof address, "00000080,0002,08,1c,%02x,%02x", reg >> 8, reg & 0xff);
+        EXPECT_NE(client.ask({0, "cpu0", "fpga", 3, 1, address, ""}), "(nothing)");
+        const std::string answer = client.ask({1, "cpu0", "fpga", type, 5, data, ""});
+        return answer.substr(57, answer.size() - 68);
+    }
+    [[nodiscard]] bool write(uint16_t reg, uint8_t value) const
+    {
+        char data[40];
+        snprintf(data, sizeof data, "00000083,0001,08,1c,%02x", value);
+        return access(reg, 3, data) == "00000083,0001,08,Success,";
+    }
+    [[nodiscard]] std::optional<unsigned> read(uint16_t reg) const
+    {
+        const std::string text = access(reg, 2, "00000082,0001,08,10");
+        const size_t value = text.find("Success,1,");
+        return value == std::string::npos
+                   ? std::nullopt
+                   : std::optional<unsigned>(std::stoul(text.substr(value + 10), nullptr, 16));
+    }
+    void put(uint16_t reg, size_t offset, uint8_t value) const
+    {
+        EXPECT_TRUE(write(static_cast<uint16_t>(reg + offset), value)) << std::hex << reg + offset;
+    }
+
+    void choose(const fpga_protocol &p, uint8_t opcode) const
+    {
+        put(p.dev_id_reg, 0, fpga_flash_device);
+        put(p.opcode_reg, 0, opcode);
+    }
+    void address(const fpga_protocol &p, uint32_t where, size_t length) const
+    {
+        put(p.data_len_reg, 0, static_cast<uint8_t>(length));
+        for (size_t i = 0; i < 3; i++) {
+            put(p.cmd_reg, i, static_cast<uint8_t>(where >> (8 * i)));
+        }
+    }
+    /// `step` 0 sends all bytes through the first register, 1 through one after the other.
+    void fill(const fpga_protocol &p, const bytes &data, size_t step) const
+    {
+        for (size_t i = 0; i < data.size(); i++) {
+            put(p.wr_buf_reg, i * step, data[i]);
+        }
+    }
+    [[nodiscard]] bytes fetch(const fpga_protocol &p, size_t length, size_t step) const
+    {
+        bytes data;
+        for (size_t i = 0; i < length; i++) {
+            data.push_back(
+                static_cast<uint8_t>(read(static_cast<uint16_t>(p.rd_buf_reg + i * step)).value_or(0)));
+        }
+        return data;
+    }
+    /// Starts the command; the status at the first read.
+    [[nodiscard]] std::optional<unsigned> start(const fpga_protocol &p) const
+    {
+        put(p.start_reg, 0, p.start_val);
+        return read(p.status_reg);
+    }
+    void test_mode() const
+    {
+        put(fpga_mode_reg, 0, fpga_test_mode_val);
+        EXPECT_EQ(read(fpga_mode_reg), fpga_test_mode_ack);
+    }
+};
+
+constexpr uint32_t where = 0x00fff8; // crosses into the next 64 KiB
+
+TEST(Fpga, ABlockWrittenThroughOneProtocolReadsBackThroughEither)
+{
+    const fpga_bench fpga;
+    const bytes block = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20};
+    const bytes first(block.begin(), block.begin() + 16);
+    const bytes second(block.begin() + 16, block.end());
+    for (const size_t step : {size_t{0}, size_t{1}}) {
+        // Two chunks by operation: without steps the command bytes stay, and the stream goes on.
+        fpga.board.set_image("fpga_flash.bin", where, bytes(32, 0xee));
+        fpga.test_mode();
+        fpga.choose(fpga_operation, fpga_opcode_write);
+        fpga.address(fpga_operation, where, 16);
+        fpga.fill(fpga_operation, first, step);
+        EXPECT_EQ(fpga.start(fpga_operation), fpga_operation.done_val);
+        fpga.address(fpga_operation, where + 16 * static_cast<uint32_t>(step), 4);
+        fpga.fill(fpga_operation, second, step);
+        EXPECT_EQ(fpga.start(fpga_operation), fpga_operation.done_val);
+        EXPECT_EQ(fpga.board.image("fpga_flash.bin", where, 20), block);
+
+        fpga.choose(fpga_indirect, fpga_opcode_read);
+        fpga.address(fpga_indirect, where, 20);
+        EXPECT_EQ(fpga.start(fpga_indirect), fpga_indirect.done_val);
+        EXPECT_EQ(fpga.fetch(fpga_indirect, 20, 1), block);
+    }
+    fpga.choose(fpga_indirect, fpga_opcode_write);
+    fpga.address(fpga_indirect, 0x1234, 20);
+    fpga.fill(fpga_indirect, block, 1);
+    EXPECT_EQ(fpga.start(fpga_indirect), fpga_indirect.done_val);
+    fpga.choose(fpga_operation, fpga_opcode_read);
+    fpga.address(fpga_operation, 0x1234, 16);
+    EXPECT_EQ(fpga.start(fpga_operation), fpga_operation.done_val);
+    EXPECT_EQ(fpga.fetch(fpga_operation, 16, 0), first);
+    fpga.address(fpga_operation, 0x1234, 4);
+    EXPECT_EQ(fpga.start(fpga_operation), fpga_operation.done_val);
+    EXPECT_EQ(fpga.fetch(fpga_operation, 4, 0), second);
+}
+
+TEST(Fpga, AnswersAtTheToldPollAndForgetsACommandThatIsGivenUp)
+{
+    const fpga_bench fpga;
+    fpga.settings("# slow\nindirect_polls=3\nmode_polls=2\noperation_polls=never\n");
+    fpga.choose(fpga_indirect, fpga_opcode_erase);
+    fpga.address(fpga_indirect, 0x20, 1);
+    EXPECT_EQ(fpga.start(fpga_indirect), 0U);
+    EXPECT_EQ(fpga.read(fpga_indirect.status_reg), 0U);
+    EXPECT_EQ(fpga.board.image("fpga_flash.bin", 0x20, 1), bytes{0});
+    EXPECT_EQ(fpga.read(fpga_indirect.status_reg), fpga_indirect.done_val);
+    EXPECT_EQ(fpga.board.image("fpga_flash.bin", 0x20, 2), (bytes{0xff, 0}));
+
+    EXPECT_EQ(fpga.start(fpga_indirect), 0U);
+    fpga.put(fpga_indirect.status_reg, 0, fpga_indirect.reset_val);
+    for (int i = 0; i < 4; i++) {
+        EXPECT_EQ(fpga.read(fpga_indirect.status_reg), 0U);
+    }
+
+    EXPECT_EQ(fpga.read(fpga_mode_reg), fpga_normal_mode_ack);
+    fpga.put(fpga_mode_reg, 0, fpga_test_mode_val);
+    EXPECT_EQ(fpga.read(fpga_mode_reg), 0U);
+    EXPECT_EQ(fpga.read(fpga_mode_reg), fpga_test_mode_ack);
+    fpga.choose(fpga_operation, fpga_opcode_none);
+    EXPECT_EQ(fpga.start(fpga_operation), 0U);
+    EXPECT_EQ(fpga.read(fpga_operation.status_reg), 0U);
+}
+
+TEST(Fpga, RefusesWhatItCannotDo)
+{
+    const fpga_bench fpga;
+    const auto status = [&](const fpga_protocol &p, uint8_t device, uint8_t opcode, uint32_t to,
+                            size_t length) {
+        fpga.choose(p, opcode);
+        fpga.put(p.dev_id_reg, 0, device);
+        fpga.address(p, to, length);
+        return fpga.start(p);
+    };
+    EXPECT_EQ(status(fpga_indirect, 2, fpga_opcode_read, 0, 1), fpga_indirect.fail_val);
+    EXPECT_EQ(status(fpga_indirect, 1, 0x77, 0, 1), fpga_indirect.fail_val);
+    EXPECT_EQ(status(fpga_indirect, 1, fpga_opcode_read, 0xfffff, 2), fpga_indirect.fail_val);
+    EXPECT_EQ(status(fpga_indirect, 1, fpga_opcode_read, 0xfffff, 1), fpga_indirect.done_val);
+    EXPECT_EQ(status(fpga_operation, 1, fpga_opcode_read, 0, 1), fpga_operation.fail_val); // normal mode
+    fpga.test_mode();
+    EXPECT_EQ(status(fpga_operation, 1, fpga_opcode_read, 0, 17), fpga_operation.fail_val);
+    EXPECT_EQ(status(fpga_operation, 1, fpga_opcode_read, 0, 16), fpga_operation.done_val);
+    EXPECT_EQ(fpga.read(fpga_first_hidden), std::nullopt);
+
+    fpga.settings("indirect_status=0x81\noperation_status=0x04\n");
+    EXPECT_EQ(status(fpga_indirect, 1, fpga_opcode_erase, 0, 1), 0x81U);
+    EXPECT_EQ(status(fpga_operation, 1, fpga_opcode_none, 0, 1), 0x04U);
+}
+
+TEST(Fpga, FailsTheAccessesThatItsSettingsName)
+{
+    const fpga_bench fpga;
+    fpga.settings("fail=read 0x0106 2\nfail=write 0x0200 2+\n");
+    EXPECT_TRUE(fpga.read(0x0106));
+    EXPECT_TRUE(fpga.write(0x0106, 0));
+    EXPECT_FALSE(fpga.read(0x0106));
+    EXPECT_TRUE(fpga.read(0x0106));
+    EXPECT_TRUE(fpga.write(0x0200, 1));
+    EXPECT_FALSE(fpga.write(0x0200, 2));
+    EXPECT_FALSE(fpga.write(0x0200, 3));
+    EXPECT_EQ(fpga.read(0x0200), 1U);
+    // New settings count anew.
+    fpga.settings("fail=any any 2\n");
+    EXPECT_TRUE(fpga.write(0x0200, 4));
+    EXPECT_FALSE(fpga.read(0x0200));
+    EXPECT_EQ(fpga.read(0x0200), 4U);
+    for (const char *wrong : {"fail=read 0x0106", "fail=read 0x106 1", "fail=read any 0", "polls=1",
+                              "indirect_polls=0", "indirect_status=1", "nonsense"}) {
+        fpga.settings(wrong);
+        EXPECT_EQ(fpga.read(0x0200), std::nullopt) << wrong;
+    }
+}
+
+TEST(Fpga, ToolsAndBrokerReachTheSameFpga)
+{
+    const fpga_bench fpga;
+    fpga.settings("mode_polls=2\nfail=read 0x0400 1\n");
+    const auto write = [](const char *options) {
+        return run_shell(std::string("lpctool --write --size=b ") + options).status;
+    };
+    const char *get = "lpctool --get --addr=0x00000082 --size=b --count=1 --pipe=FIFO";
+    run_result run;
+    EXPECT_EQ(write("--addr=0x00000080 --val=0x4,0x8"), 0);
+    EXPECT_EQ(write("--addr=0x00000083 --val=0xa5"), 0);
+    EXPECT_EQ(fpga.read(fpga_mode_reg), 0U);
+    EXPECT_EQ(read_through_fifo(fpga.board, get, run), bytes{fpga_test_mode_ack});
+    EXPECT_EQ(write("--addr=0x00000080 --val=0x4,0x0"), 0);
+    EXPECT_EQ(read_through_fifo(fpga.board, get, run), bytes{});
+    EXPECT_EQ(run.status, 1 << 8);
+    EXPECT_EQ(fpga.read(0x0400), 0U);
+}
+
+} // namespace
