@@ -11,7 +11,9 @@
 #define BOARDDIAG_H
 
 #include <boarddiag/access.h>
+#include <boarddiag/busbroker.h>
 #include <boarddiag/core.h>
+#include <boarddiag/timer.h>
 #include <boarddiag/version.h>
 
 #endif

@@ -1,0 +1,36 @@
+/* SPDX-License-Identifier: MIT */
+// What the files of the receive side share.
+#ifndef BOARDDIAG_BUSBROKER_RECEIVE_H
+#define BOARDDIAG_BUSBROKER_RECEIVE_H
+
+#include <boarddiag/busbroker.h>
+
+namespace boarddiag {
+
+// What a row function returns.
+inline constexpr uint32_t more_input = 0;
+inline constexpr uint32_t step_done = 1;
+inline constexpr uint32_t step_failed = 2;
+
+/// Characters of the buffer that the number fields are collected in.
+inline constexpr uint32_t number_buffer_size = 10;
+
+/* ---- receive_table.cpp ---- */
+
+/// Releases the frame being read: its record and the field buffer, which may be the record's own text.
+void release_frame(tool_info &tool);
+
+/* ---- receive_clock.cpp ---- */
+
+/// Until end_datagram() the steps of `tool` on this thread share one reading of the clock, this one: a
+/// datagram takes microseconds, and the limit between two steps is seconds.
+void begin_datagram(tool_info *tool);
+
+/// Reads the clock again, after something that may have taken its time.
+void refresh_clock(tool_info &tool);
+
+void end_datagram();
+
+} // namespace boarddiag
+
+#endif

@@ -1,0 +1,234 @@
+/* SPDX-License-Identifier: MIT */
+// What a response says: its data text becomes a status and bytes on the response queue.
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <cstring>
+
+#include "busbroker/queues.h"
+#include "core/report.h"
+
+namespace {
+
+constexpr const char function[] = "busbroker_parse_update_queues";
+constexpr const char alloc_message[] = "Mem alloc error\n";
+constexpr const char format_message[] = "Data format error in the rx response\n";
+constexpr const char success_word[] = "Success";
+constexpr const char ack_word[] = "Rx Ack";
+constexpr const char not_found_word[] = "Req not found";
+
+bool equal(const char *one, const char *other)
+{
+    return strcmp(one, other) == 0;
+}
+
+uint32_t file_bytes(tool_info *tool, const busbroker_req_resp *response, uint8_t status, uint8_t *data,
+                    uint32_t length)
+{
+    return enqueue_rx_queues(tool, status, response->transac_id, data, length) == 0 ? 0 : DIAG_ERR_NO_MEMORY;
+}
+
+uint32_t file(tool_info *tool, const busbroker_req_resp *response, uint8_t status)
+{
+    return file_bytes(tool, response, status, nullptr, 0);
+}
+
+// ---- Tokens: separated by commas, a run of which counts as one; leading ones are skipped. ----
+
+struct token_reader {
+    char *at;   // the next token, or the text's end
+    bool comma; // the token read last was followed by a comma
+};
+
+char *next_token(token_reader *reader)
+{
+    char *token = reader->at + strspn(reader->at, ",");
+    char *end = token + strcspn(token, ",");
+
+    reader->comma = *end == ',';
+    reader->at = end + strspn(end, ",");
+    *end = '\0';
+    return *token != '\0' ? token : nullptr;
+}
+
+bool at_end(const token_reader &reader)
+{
+    return *reader.at == '\0';
+}
+
+// A working copy of the data text, which reading cuts into its tokens; null, and told, without memory.
+char *copy_data(const busbroker_req_resp *response)
+{
+    char *copy = strdup(response->data != nullptr ? response->data : "");
+
+    if (copy == nullptr) {
+        REPORT_ERROR(function, alloc_message);
+    }
+    return copy;
+}
+
+// ---- Types 0, 1, 4 and 6: the whole text is the status word. ----
+
+uint8_t word_status(const busbroker_req_resp *response)
+{
+    const char *word = response->data != nullptr ? response->data : "";
+
+    if (equal(word, ack_word)) {
+        return BB_RESP_ACK;
+    }
+    if (equal(word, success_word)) {
+        return BB_RESP_SUCCESS;
+    }
+    return response->req_type == 0 && equal(word, not_found_word) ? BB_RESP_NOT_FOUND : BB_RESP_FAILED;
+}
+
+uint32_t parse_status(tool_info *tool, const busbroker_req_resp *response)
+{
+    return file(tool, response, word_status(response));
+}
+
+// ---- Types 2 and 3: leading tokens of the request, the status word, and what an access brought. ----
+
+bool skip_request_tokens(token_reader *reader, uint32_t count)
+{
+    for (uint32_t number = 1; number <= count; number++) {
+        const bool present = next_token(reader) != nullptr && reader->comma;
+        if (present && (number != 2 || !at_end(*reader))) {
+            continue;
+        }
+        if (number <= 2) { // without its comma, the first token leaves the second one missing
+            REPORT_ERROR(function, "Invalid request data format\n");
+        }
+        return false;
+    }
+    return true;
+}
+
+uint32_t file_format_error(tool_info *tool, const busbroker_req_resp *response)
+{
+    REPORT_ERROR(function, format_message);
+    return file(tool, response, BB_RESP_FORMAT_ERROR);
+}
+
+void convert_pairs(const char *digits, uint8_t *bytes, size_t count)
+{
+    for (size_t i = 0; i < count; i++) {
+        const char pair[] = {digits[2 * i], digits[2 * i + 1], '\0'};
+        bytes[i] = static_cast<uint8_t>(atoh(pair));
+    }
+}
+
+// Memory is taken for the pairs that really came, whatever count the text announces.
+uint32_t file_digits(tool_info *tool, const busbroker_req_resp *response, const char *count_text,
+                     const char *digits)
+{
+    const size_t count = std::min<size_t>(atoh(count_text), strlen(digits) / 2);
+    uint8_t *bytes = nullptr;
+
+    if (count != 0) {
+        bytes = static_cast<uint8_t *>(malloc(count));
+        if (bytes == nullptr) {
+            REPORT_ERROR(function, alloc_message);
+            return DIAG_ERR_NO_MEMORY;
+        }
+        convert_pairs(digits, bytes, count);
+    }
+    return file_bytes(tool, response, BB_RESP_SUCCESS, bytes, static_cast<uint32_t>(count));
+}
+
+uint32_t parse_access_result(tool_info *tool, const busbroker_req_resp *response, token_reader *reader)
+{
+    const bool is_write = response->req_type == BB_REQ_WRITE;
+    const bool ended = at_end(*reader);
+
+    if (ended && is_write && reader->comma) {
+        return file(tool, response, BB_RESP_SUCCESS);
+    }
+    if (ended) {
+        diag_print(0, format_message);
+        return file(tool, response, BB_RESP_FORMAT_ERROR);
+    }
+    const char *token = next_token(reader);
+    if (is_write) {
+        return reader->comma ? file_format_error(tool, response) : file(tool, response, BB_RESP_SUCCESS);
+    }
+    return at_end(*reader) ? file_format_error(tool, response)
+                           : file_digits(tool, response, token, reader->at);
+}
+
+uint32_t parse_access_text(tool_info *tool, const busbroker_req_resp *response, char *text)
+{
+    token_reader reader{text, false};
+
+    if (strchr(text, ',') == nullptr ||
+        !skip_request_tokens(&reader, response->req_type == BB_REQ_WRITE ? 3 : 4)) {
+        return DIAG_ERR_INVALID_ARG;
+    }
+    const char *word = next_token(&reader);
+    if (word == nullptr) {
+        return DIAG_ERR_INVALID_ARG;
+    }
+    if (equal(word, ack_word)) {
+        return file(tool, response, BB_RESP_ACK);
+    }
+    return equal(word, success_word) ? parse_access_result(tool, response, &reader)
+                                     : file(tool, response, BB_RESP_FAILED);
+}
+
+// ---- Type 5: "Success" and an identifier. ----
+
+uint32_t parse_identifier_text(tool_info *tool, const busbroker_req_resp *response, char *text)
+{
+    token_reader reader{text, false};
+    const char *word = next_token(&reader);
+    const char *identifier = word != nullptr && equal(word, success_word) ? next_token(&reader) : nullptr;
+
+    if (identifier == nullptr) {
+        return DIAG_ERR_INVALID_ARG;
+    }
+    char *copy = strdup(identifier);
+    if (copy == nullptr) {
+        REPORT_ERROR(function, alloc_message);
+        return DIAG_ERR_INVALID_ARG;
+    }
+    return file_bytes(tool, response, BB_RESP_SUCCESS, reinterpret_cast<uint8_t *>(copy),
+                      static_cast<uint32_t>(strlen(copy)));
+}
+
+// ---- By request type ----
+
+template <uint32_t parse(tool_info *, const busbroker_req_resp *, char *)>
+uint32_t parse_copy(tool_info *tool, const busbroker_req_resp *response)
+{
+    char *copy = copy_data(response);
+    const uint32_t status = copy != nullptr ? parse(tool, response, copy) : DIAG_ERR_NO_MEMORY;
+
+    free(copy);
+    return status;
+}
+
+using parse_fn = uint32_t (*)(tool_info *tool, const busbroker_req_resp *response);
+constexpr std::array<parse_fn, 7> parsers = {
+    parse_status,
+    parse_status,
+    parse_copy<parse_access_text>,
+    parse_copy<parse_access_text>,
+    parse_status,
+    parse_copy<parse_identifier_text>,
+    parse_status,
+};
+
+} // namespace
+
+uint32_t busbroker_parse_update_queues(struct tool_info *tool, void *, struct busbroker_req_resp *response)
+{
+    if (tool == nullptr || response == nullptr) {
+        REPORT_ERROR(__func__, "Null pointer rx to parse the data \n");
+        return DIAG_ERR_INVALID_ARG;
+    }
+    if (response->req_type >= parsers.size()) {
+        REPORT_ERROR(__func__, "Unknown request type received. Discarding the response\n");
+        return DIAG_ERR_INVALID_ARG;
+    }
+    return parsers[response->req_type](tool, response);
+}

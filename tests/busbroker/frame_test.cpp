@@ -1,0 +1,201 @@
+/* SPDX-License-Identifier: MIT */
+#include <gtest/gtest.h>
+
+#include <boarddiag.h>
+
+#include "busbroker/failing_malloc.h"
+#include "support/capture.h"
+
+using diagtest::console_of;
+using diagtest::error_line;
+
+namespace {
+
+struct request {
+    busbroker_req_resp record = {};
+
+    request()
+    {
+        record.tool_id = 3;
+        record.inst_id = 1;
+        record.transac_id = 7;
+        record.addr = 0x10;
+        record.count = 1;
+        record.width = 8;
+        record.code = 0x1c;
+    }
+    ~request()
+    {
+        free(record.data);
+        free(record.support_data);
+    }
+    uint32_t update(uint32_t type, const char *dev_id = "cpu0", const char *dev_name = "fpga")
+    {
+        return update_request(&record, dev_id, dev_name, 0, type, 5);
+    }
+    std::string frame()
+    {
+        std::string text(calculate_req_len_in_ascii(&record), '?');
+        EXPECT_EQ(frame_ascii_request(&record, text.data(), int32_t(text.size()) + 1), text.size());
+        return text;
+    }
+};
+
+TEST(Frame, ExampleAndEmptyRequest)
+{
+    request example;
+    ASSERT_EQ(example.update(BB_REQ_READ), 0u);
+    EXPECT_EQ(example.record.crc, 0xa395f48cu);
+    EXPECT_EQ(example.frame(),
+              "RQS03000000010000000704cpu004fpga00000000000000020500130000000010,0001,08,1ca395f48cRQE");
+    request empty;
+    empty.record.transac_id = 0xffffffff;
+    ASSERT_EQ(update_request(&empty.record, "", "", 2, 0, 0x105), 0u);
+    EXPECT_EQ(empty.record.support_data, nullptr);
+    const std::string frame = empty.frame();
+    EXPECT_EQ(frame.size(), 60u);
+    EXPECT_EQ(frame.substr(0, 49), "RQS0300000001ffffffff0000000000020000000005000000");
+}
+
+TEST(Frame, DataTexts)
+{
+    const uint8_t bytes[] = {0xaa, 0x55};
+    request r;
+    auto text_of = [&](uint32_t type) {
+        EXPECT_EQ(r.update(type), 0u);
+        EXPECT_EQ(strlen(r.record.data), r.record.data_len);
+        return std::string(r.record.data);
+    };
+    EXPECT_EQ(text_of(BB_REQ_READ), "00000010,0001,08,1c");
+    r.record.addr = 0x1234;
+    r.record.count = 2;
+    r.record.write_data = bytes;
+    EXPECT_EQ(text_of(BB_REQ_WRITE), "00001234,0002,08,1c,aa,55");
+    r.record.count = 0;
+    EXPECT_EQ(text_of(BB_REQ_WRITE), "00001234,0000,08,1c");
+    r.record.otf_id = 0x2a;
+    r.record.otf_arg = 7;
+    EXPECT_EQ(text_of(BB_REQ_OTF_DEV_ID), "002a,0007");
+    r.record.otf_arg = 65432;
+    EXPECT_EQ(text_of(BB_REQ_OTF_DEV_ID), "002a,6543");
+    r.record.bus_arg1 = 0x11;
+    r.record.bus_arg2 = 0x22;
+    r.record.bus_arg3 = 0x33;
+    r.record.bus_arg4 = 30;
+    strcpy(r.record.asset_id, "A1");
+    EXPECT_EQ(text_of(BB_REQ_BUS_DEV_ACCESS), "00,11,22,33,30,A1");
+    memset(r.record.asset_id, 'z', sizeof r.record.asset_id); // not even terminated
+    EXPECT_EQ(text_of(BB_REQ_BUS_DEV_ACCESS), "00,11,22,33,30," + std::string(31, 'z'));
+    r.record.asset_flag = 1;
+    r.record.bus_arg4 = 100;
+    EXPECT_EQ(text_of(BB_REQ_BUS_DEV_ACCESS), "01,11,22,33,10");
+    for (uint32_t type : {0u, 1u, 4u, 7u, 8u}) {
+        EXPECT_EQ(text_of(type), "") << type;
+    }
+    const uint8_t support[] = {0x01, 0xff};
+    r.record.support_bytes = support;
+    r.record.support_count = 2;
+    text_of(0);
+    EXPECT_STREQ(r.record.support_data, ",01,ff");
+    EXPECT_EQ(r.record.support_data_len, 6);
+    EXPECT_EQ(r.frame().substr(57, 6), ",01,ff");
+}
+
+TEST(Frame, RefusedRequestsLeaveNothingStale)
+{
+    static const uint8_t many[65535] = {};
+    const std::string longest(255, 'd');
+    request r;
+    EXPECT_EQ(r.update(0, longest.c_str(), longest.c_str()), 0u);
+    EXPECT_EQ(r.frame().size(), 570u);
+    const std::string too_long =
+        error_line("update_request", "Device id or device name exceeds 255 characters\n");
+    auto expect_refusal = [&](const std::string &told, const std::string &dev_id, const std::string &dev_name,
+                              uint32_t type) {
+        EXPECT_EQ(console_of([&] { EXPECT_NE(r.update(type, dev_id.c_str(), dev_name.c_str()), 0u); }), told);
+        EXPECT_EQ(r.record.data_len + r.record.support_data_len, 0) << told;
+        EXPECT_EQ(r.record.data, nullptr) << told;
+        EXPECT_EQ(r.update(BB_REQ_READ), 0u);
+    };
+    set_verb_level(1);
+    expect_refusal(too_long, longest + "d", "", 0);
+    expect_refusal(too_long, "", longest + "d", 0);
+    expect_refusal("Rx NULL pointer as Write input buffer\n", "", "", BB_REQ_WRITE);
+    r.record.write_data = many;
+    r.record.count = 21839;
+    expect_refusal(error_line("update_request", "Data text of 65536 characters exceeds 65535\n"), "", "",
+                   BB_REQ_WRITE);
+    diagtest::good_allocations = 0;
+    expect_refusal(error_line("update_request", "Couldn't allocate memory \n"), "", "", BB_REQ_READ);
+    r.record.support_bytes = many;
+    for (int failing : {86, 85}) { // too many, and as many as can be, but no memory for them
+        r.record.support_count = static_cast<uint8_t>(failing);
+        diagtest::good_allocations = failing == 85 ? 1 : -1;
+        const char *told =
+            failing == 85 ? "Couldn't allocate memory\n" : "Support data of 86 bytes exceeds 85\n";
+        EXPECT_EQ(console_of([&] { r.update(BB_REQ_READ); }), error_line("update_request", told));
+        EXPECT_EQ(r.record.data_len, 19); // built before the failure
+        EXPECT_EQ(r.record.support_data_len, 0);
+    }
+    EXPECT_EQ(r.update(BB_REQ_READ), 0u);
+    EXPECT_EQ(r.record.support_data_len, 255);
+    EXPECT_EQ(console_of([&] { EXPECT_EQ(update_request(nullptr, "", "", 0, 0, 0), DIAG_ERR_INVALID_ARG); }),
+              error_line("update_request", "NULL pointers received as inputs\n"));
+}
+
+TEST(Frame, ChecksComeInOrderAtLevelZero)
+{
+    busbroker_req_resp record = {};
+    char dest[8];
+    auto told = [&](const busbroker_req_resp *req, int32_t size) {
+        return console_of([&] { EXPECT_EQ(frame_ascii_request(req, dest, size), 0u); });
+    };
+    EXPECT_EQ(told(nullptr, 0), "Given dest buf size 0 is invalid \n");
+    EXPECT_EQ(told(nullptr, -5), "Given dest buf size -5 is invalid \n");
+    EXPECT_EQ(told(nullptr, 1), "Input request pointer is NULL\n");
+    EXPECT_EQ(told(&record, 1), "Device id pointer can't be NULL\n");
+    record.dev_id = "";
+    EXPECT_EQ(told(&record, 1), "Device name pointer can't be NULL\n");
+    EXPECT_EQ(console_of([] { EXPECT_EQ(calculate_req_len_in_ascii(nullptr), 0u); }),
+              "Request raw pointer is NULL, can't calculate length\n");
+}
+
+TEST(Frame, PositionsFollowTheLengthsAndEveryWriteIsBounded)
+{
+    request r;
+    ASSERT_EQ(r.update(BB_REQ_READ), 0u);
+    const std::string whole = r.frame();
+    for (size_t size = 1; size <= whole.size() + 1; size++) {
+        std::string dest(whole.size() + 8, '?');
+        EXPECT_EQ(frame_ascii_request(&r.record, dest.data(), static_cast<int32_t>(size)), whole.size());
+        const std::string expected = whole.substr(0, size - 1) + '\0';
+        EXPECT_EQ(dest, expected + std::string(dest.size() - size, '?')) << size;
+    }
+    r.record.dev_id_len = 6; // longer than its text: the rest of the field is empty, nothing beyond is read
+    r.record.dev_name_len = 2;
+    EXPECT_EQ(r.frame().substr(21, 8), std::string("06cpu0\0\0", 8));
+    EXPECT_EQ(r.frame().substr(29, 4), "02fp");
+}
+
+TEST(Frame, Validation)
+{
+    request r;
+    r.record.tool_id = 22;
+    ASSERT_EQ(r.update(BB_REQ_READ), 0u);
+    EXPECT_EQ(console_of([&] { EXPECT_EQ(validate_busbroker_req_resp(&r.record), 0u); }), "");
+    r.record.crc++;
+    EXPECT_EQ(console_of([&] { EXPECT_EQ(validate_busbroker_req_resp(&r.record), DIAG_ERR_INVALID_ARG); }),
+              "");
+    const std::string name(33, 'n');
+    ASSERT_EQ(r.update(0, "", name.c_str()), 0u);
+    set_verb_level(3);
+    const std::string told = console_of([&] { EXPECT_EQ(validate_busbroker_req_resp(&r.record), 0u); });
+    EXPECT_TRUE(told.starts_with("Req rx on socket id 33 has exceeded max allowed dev len 32\n")) << told;
+    EXPECT_TRUE(told.ends_with("\nCRC Validation success,pushing the req to queues\n")) << told;
+    r.record.tool_id = 23;
+    r.record.dev_name_len = 0;
+    EXPECT_EQ(console_of([&] { EXPECT_EQ(validate_busbroker_req_resp(&r.record), DIAG_ERR_INVALID_ARG); }),
+              "Invalid tool id 23 received \n"); // before the checksum
+}
+
+} // namespace

@@ -1,0 +1,332 @@
+/* SPDX-License-Identifier: MIT */
+#include <gtest/gtest.h>
+
+#include <boarddiag.h>
+
+#include "busbroker/failing_malloc.h"
+#include "support/capture.h"
+
+using diagtest::console_of;
+using diagtest::error_line;
+
+namespace {
+
+struct response {
+    uint8_t tool_id = 3;
+    std::string dev_id = "cpu0", dev_name = "fpga";
+    uint32_t req_prio = 2, req_type = 7;
+    uint8_t transac_ind = 5;
+    std::string data = "00000010,0001,08,1c,Success,1,5a", support = ",01,ff";
+};
+
+/// The frame of a record, between the marks of a response.
+std::string framed(busbroker_req_resp record)
+{
+    char text[600];
+    const uint32_t length = frame_ascii_request(&record, text, sizeof text);
+    text[1] = text[length - 2] = 'P';
+    return text;
+}
+
+std::string frame(response r = {})
+{
+    busbroker_req_resp record = {};
+    record.tool_id = r.tool_id;
+    record.inst_id = 0x12345678;
+    record.transac_id = 0xfedcba98;
+    record.dev_id_len = uint8_t(r.dev_id.size());
+    record.dev_id = r.dev_id.c_str();
+    record.dev_name_len = uint8_t(r.dev_name.size());
+    record.dev_name = r.dev_name.c_str();
+    record.req_prio = r.req_prio;
+    record.req_type = r.req_type;
+    record.transac_ind = r.transac_ind;
+    record.data_len = uint16_t(r.data.size());
+    record.support_data_len = uint8_t(r.support.size());
+    record.data = r.data.data();
+    record.support_data = r.support.data();
+    record.crc = calculate_crc(&record);
+    return framed(record);
+}
+
+struct client {
+    tool_info tool = {};
+    static inline std::vector<std::string>
+        got; // the frames of the records that the completion handler was given
+
+    client()
+    {
+        got.clear();
+        tool.rx_complete = [](tool_info *, void *, busbroker_req_resp *record) {
+            got.push_back(framed(*record));
+            return 0x77u; // not consulted
+        };
+        tool.rx_stateinfo = &busbroker_rx_stateinfo;
+        gettimeofday(&tool.last_step_time, nullptr);
+    }
+    ~client()
+    {
+        reset_sm(&tool, nullptr);
+    }
+    uint32_t feed(const std::string &datagram)
+    {
+        memcpy(tool.rx_buf, datagram.data(), datagram.size());
+        tool.rx_len = static_cast<uint32_t>(datagram.size());
+        return busbroker_rx_state_machine(&tool, nullptr);
+    }
+    bool idle() const
+    {
+        return tool.rx_state == 0 && tool.rx_index == 0 && tool.field_count == 0 &&
+               tool.rx_record == nullptr && tool.field_buf == nullptr;
+    }
+};
+
+TEST(Receive, FramesInOneDatagram)
+{
+    // Written by hand, so that it shows what the reader and the writer would have in common.
+    const std::string example =
+        "RPS03000000010000000704cpu004fpga00000000000000020500130000000010,0001,08,1ca395f48cRPE";
+    const std::string plain = frame({.dev_id = "", .dev_name = "", .data = "", .support = ""});
+    client c;
+    EXPECT_EQ(c.feed(example), 0u);
+    EXPECT_EQ(client::got, std::vector{example});
+    EXPECT_TRUE(c.idle());
+    // R, R, P, S is no start: the second R is not looked at as a first one.
+    c.feed("noiseRPx" + plain + "R" + example + frame());
+    EXPECT_EQ(client::got, (std::vector{example, plain, frame()}));
+    EXPECT_TRUE(c.idle());
+}
+
+TEST(Receive, FrameSplitAnywhereIsTheSameFrame)
+{
+    client c;
+    for (size_t first = 1; first < frame().size(); first++) {
+        client::got.clear();
+        c.feed(frame().substr(0, first));
+        EXPECT_TRUE(client::got.empty());
+        c.feed(frame().substr(first));
+        EXPECT_EQ(client::got, std::vector{frame()}) << first;
+    }
+    for (const char byte : frame()) {
+        c.feed(std::string(1, byte));
+    }
+    EXPECT_EQ(client::got, (std::vector{frame(), frame()}));
+    EXPECT_TRUE(c.idle());
+}
+
+TEST(Receive, NewlinesAndZerosCountButAreNotStored)
+{
+    client c;
+    for (const size_t split : {20u, 60u, 65u}) {
+        const std::string stored = frame({.data = "123456789abcdefg"});
+        std::string sent =
+            stored; // 16 characters announced as 20, and the checksum is that of what is stored
+        sent.replace(sent.find("0010"
+                               "06"),
+                     6, "001406");
+        sent.replace(sent.find("123456789"), 16, std::string("\0\n12345678\n9abcdefg\0", 20));
+        sent.replace(3, 2, "\n3");
+        c.feed(sent.substr(0, split));
+        c.feed(sent.substr(split));
+        EXPECT_EQ(client::got, std::vector{stored}) << split;
+        client::got.clear();
+    }
+}
+
+TEST(Receive, FaultyFramesAreDiscardedAndTheNextIsRead)
+{
+    std::string bad_end = frame();
+    bad_end.replace(bad_end.size() - 1, 1, "R"); // which is read again, as a start
+    std::string bad_crc = frame();
+    bad_crc[bad_crc.size() - 4] ^= 1;
+    struct {
+        std::string sent, told;
+        bool read = false;
+    } const cases[] = {
+        {frame({.req_prio = 3}), "Rx request priority = 0x3\nInvalid prority values \n"},
+        {frame({.req_type = 8}), "Invalid req type \n"},
+        {frame({.transac_ind = 6}), ""},
+        {frame({.tool_id = 23}), "Invalid tool id 23 received \n"},
+        {bad_crc, ""},
+        {bad_end, ""},
+        {frame({.dev_id = std::string(33, 'i')}),
+         "Device id length [33] exceeded max allowed dev id len [32]\n", true},
+        {frame({.dev_name = std::string(33, 'n')}),
+         "dev_name_len = 33\nDevice name length [33] exceeded max allowed dev name len [32]\n", true},
+    };
+    for (const auto &test : cases) {
+        client c;
+        set_verb_level(2);
+        const std::string told = console_of([&] { EXPECT_EQ(c.feed(test.sent), 0u); });
+        EXPECT_NE(told.find(test.told), std::string::npos) << told;
+        EXPECT_EQ(told.find("Invalid") == std::string::npos, test.told.find("Invalid") == std::string::npos)
+            << told;
+        EXPECT_EQ(client::got.size(), test.read ? 1u : 0u) << test.told;
+        EXPECT_EQ(c.tool.rx_state, 0u) << test.told;
+        set_verb_level(0);
+        c.feed("." + frame());
+        EXPECT_EQ(client::got.back(), frame()) << test.told;
+    }
+}
+
+TEST(Receive, TellsEachField)
+{
+    client c;
+    const std::string sent = frame();
+    set_verb_level(3);
+    std::string told = console_of([&] { c.feed(sent); });
+    for (size_t at; (at = told.find("Rx current state")) != std::string::npos;) {
+        told.erase(at, told.find('\n', at) + 1 - at);
+    }
+    told.erase(told.find("Rx CRC"));
+    EXPECT_EQ(told,
+              "Rx tool id = 3\nRx instance id = 305419896\nRx transaction id = -19088744\nRx dev id len = 4\n"
+              "dev_id = cpu0\ndev_name_len = 4\nRx dev name len = 4\ndev_name = fpga\n"
+              "Rx request priority = 0x2\nRx request type = 0x7\ntransac indication = 0x5\n"
+              "Rx total data length = 32\nRx support data length = 6\n"
+              "Rx data = 00000010,0001,08,1c,Success,1,5a of len 32\nRx data = ,01,ff of len 6\n");
+}
+
+TEST(Receive, GapOfMoreThanThreeSecondsDropsTheFrame)
+{
+    client c;
+    c.feed(frame().substr(0, 70));
+    c.tool.last_step_time.tv_sec -= 2;
+    c.feed(frame().substr(70));
+    EXPECT_EQ(client::got.size(), 1u);
+    c.feed(frame().substr(0, 70));
+    c.tool.last_step_time.tv_sec -= 4;
+    set_verb_level(3);
+    EXPECT_NE(console_of([&] {
+                  c.feed(frame().substr(70));
+              }).find(" which is > sock rx timeout 3 Sec Resetting state Machine\n"),
+              std::string::npos);
+    set_verb_level(0);
+    EXPECT_EQ(client::got.size(), 1u);
+    EXPECT_TRUE(c.idle());
+    c.tool.last_step_time = {}; // idle for long: the first step resets, the datagram is read all the same
+    c.feed(frame());
+    EXPECT_EQ(client::got.size(), 2u);
+    const timeval earlier = {5, 900000}, later = {7, 100000};
+    EXPECT_DOUBLE_EQ(get_time_diff(&later, &earlier), 1.2);
+    EXPECT_EQ(console_of([&] { EXPECT_EQ(get_time_diff(nullptr, &earlier), 0.0); }),
+              error_line("get_time_diff", "Null Pointer received as one of the times \n"));
+}
+
+TEST(Receive, EveryFailedAllocationDropsTheFrameOnly)
+{
+    const std::string prefix = "busbroker_req_resp_";
+    const char *const functions[] = {"header_proc",       "header_proc",   "dev_id_len_proc", "dev_id_proc",
+                                     "dev_name_len_proc", "dev_name_proc", nullptr,           nullptr,
+                                     "support_data_copy"};
+    int failing = 0;
+    for (const char *function : functions) {
+        client c;
+        EXPECT_EQ(console_of([&] {
+                      diagtest::good_allocations = failing++;
+                      EXPECT_EQ(c.feed(frame()), 0u);
+                  }),
+                  function == nullptr ? "" : error_line(prefix + function, "Mem alloc fail\n"));
+        EXPECT_EQ(diagtest::good_allocations, -1);
+        EXPECT_TRUE(client::got.empty());
+        EXPECT_TRUE(c.idle()) << failing;
+        c.feed("." + frame());
+        EXPECT_EQ(client::got.size(), 1u);
+    }
+}
+
+TEST(Receive, ResetReleasesTheFieldBufferOnceInEveryState)
+{
+    for (size_t length = 0; length < frame().size(); length++) {
+        client c;
+        c.feed(frame().substr(0, length));
+        EXPECT_EQ(reset_sm(&c.tool, nullptr), 0u);
+        EXPECT_TRUE(c.idle()) << length;
+        EXPECT_EQ(std::string(c.tool.mark, 3), "RPS") << c.tool.field_len;
+    }
+}
+
+TEST(Receive, RefusesMisuse)
+{
+    client c;
+    const std::string closing = "Error with the state machine info or the input event is invalid \n";
+    auto told = [&] { return console_of([&] { EXPECT_EQ(c.feed("x"), DIAG_ERR_INVALID_ARG); }); };
+    set_verb_level(1);
+    for (uint32_t state : {17u, 65535u}) {
+        c.tool.rx_state = state;
+        EXPECT_EQ(told(), "Invalid state rx as current state\n" + closing);
+        EXPECT_EQ(c.tool.rx_state, 65535u);
+        EXPECT_EQ(c.tool.rx_index, 0u);
+    }
+    for (uint32_t state = 1; state < 17; state++) { // a state behind the mark without a frame gives it up
+        c.tool.rx_state = state;
+        EXPECT_EQ(c.feed("x"), 0u);
+        EXPECT_TRUE(c.idle());
+    }
+    c.tool.rx_stateinfo = nullptr;
+    EXPECT_EQ(told(), "NULL Ptr received as state table info \n");
+    EXPECT_EQ(
+        console_of([] { EXPECT_EQ(busbroker_rx_state_machine(nullptr, nullptr), DIAG_ERR_INVALID_ARG); }),
+        error_line("busbroker_rx_state_machine", "NULL Ptr received as tool info\n"));
+    free_req_memory(nullptr);
+}
+
+// A machine of letters: every function writes one into the context, and the argument tells the handler's
+// result.
+template <char letter, int result> uint32_t letter_step(void *context, void *argument)
+{
+    *static_cast<std::string *>(context) += letter;
+    return result >= 0 ? static_cast<uint32_t>(result) : *static_cast<uint32_t *>(argument);
+}
+
+uint8_t hold(void *context, void *)
+{
+    *static_cast<std::string *>(context) += 'c';
+    return 1;
+}
+
+TEST(StateEngine, WalksAnyTable)
+{
+    const state_event events[] = {{letter_step<'e', 2>, 3}, {nullptr, 4}};
+    const state_event_table event_table = {events, 2};
+    const state_row table[] = {
+        {nullptr, nullptr, letter_step<'h', -1>, letter_step<'f', 0>, 3, 1, letter_step<'p', 0>},
+        {nullptr, nullptr, nullptr, nullptr, 0, 2, nullptr},
+        {nullptr, &event_table, letter_step<'h', -1>, nullptr, 0, 0, letter_step<'p', 0>},
+        {hold, nullptr, letter_step<'h', -1>, nullptr, 0, 0, letter_step<'p', 0>},
+        {nullptr, nullptr, letter_step<'h', -1>, nullptr, 2, 0, nullptr},
+    };
+    const state_info info = {table, 5}, empty = {nullptr, 5};
+    struct {
+        const state_info *info;
+        uint32_t state, event, result, next, status;
+        std::string steps, told;
+    } const cases[] = {
+        {&info, 0, 9, 0, 0, 0, "hp", ""},
+        {&info, 0, 0, 1, 1, 0, "hp", ""},
+        {&info, 0, 0, 2, 3, 0, "hfp", ""},
+        {&info, 1, 0, 0, 2, 0, "", ""},
+        {&info, 2, 0, 0, 3, 0, "ep", ""}, // the event's result is not consulted
+        {&info, 2, 1, 0, 4, 0, "p", ""},
+        {&info, 2, 2, 0, 65535, DIAG_ERR_INVALID_ARG, "p", "Current state doesn't have rx event 2\n"},
+        {&info, 3, 0, 1, 3, 0, "cp", ""},
+        {&info, 4, 0, 2, 2, 0, "h", ""},
+        {&info, 5, 0, 0, 65535, DIAG_ERR_INVALID_ARG, "", "Invalid state rx as current state\n"},
+        {&empty, 4, 0, 0, 65535, DIAG_ERR_INVALID_ARG, "", "State table pointer to set to NULL\n"},
+        {nullptr, 0, 0, 0, 65535, DIAG_ERR_INVALID_ARG, "",
+         "NULL pointer received as state table address \n"},
+    };
+    set_verb_level(1);
+    for (const auto &test : cases) {
+        uint32_t state = test.state, result = test.result;
+        std::string steps;
+        EXPECT_EQ(console_of([&] {
+                      EXPECT_EQ(state_traversal(test.info, &state, test.event, &steps, &result), test.status);
+                  }),
+                  test.told);
+        EXPECT_EQ(state, test.next) << test.state << test.told;
+        EXPECT_EQ(steps, test.steps) << test.state << test.told;
+    }
+}
+
+} // namespace

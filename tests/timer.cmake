@@ -1,0 +1,2 @@
+# SPDX-License-Identifier: MIT
+diag_test(timer_test timer/timer_test.cpp)
