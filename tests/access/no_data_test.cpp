@@ -1,5 +1,7 @@
 /* SPDX-License-Identifier: MIT */
 // Addressing a device without data, on both of its paths.
+#include <mutex>
+
 #include "access/calls.h"
 #include "busbroker/loopback.h"
 
@@ -21,10 +23,12 @@ TEST_F(NoData, WithTheTool)
 
 TEST_F(NoData, WithTheBroker)
 {
-    static diagtest::request_view seen;
+    static std::mutex mutex;                         // guards what the broker's thread sees and answers
+    static auto &seen = *new diagtest::request_view; // the broker outlives static objects
     static const char *answer = "a,b,c,Success,";
     tool_info *tool = diagtest::start_client(
         [](const diagtest::request_view &request, int) {
+            const std::lock_guard lock(mutex);
             seen = request;
             return std::vector<std::string>{answer};
         },
@@ -39,12 +43,15 @@ TEST_F(NoData, WithTheBroker)
     const busbroker_dev_info device = {"cpu0", "fpga", &req, tool}, none = {"cpu0", "fpga", nullptr, tool};
     set_verb_level(0);
     EXPECT_EQ(i2ctool_set_no_data(&device, 0, nullptr, 0), 0u);
-    EXPECT_EQ(seen.type, uint32_t{BB_REQ_WRITE});
-    EXPECT_EQ(seen.data, "00000010,0001,08,1c,ff");
+    {
+        const std::lock_guard lock(mutex);
+        EXPECT_EQ(seen.type, uint32_t{BB_REQ_WRITE});
+        EXPECT_EQ(seen.data, "00000010,0001,08,1c,ff");
+        answer = "a,b,c,Busy";
+    }
     EXPECT_EQ(*req.write_data, 0xff); // still there behind the call
     EXPECT_EQ(*req.support_bytes, 0x01);
     EXPECT_EQ(req.support_count, 1);
-    answer = "a,b,c,Busy";
     diagtest::console_of(
         [&] { EXPECT_EQ(i2ctool_set_no_data(&device, 0, nullptr, 0), DIAG_ERR_INVALID_ARG); });
     const std::string refused = error_line("i2ctool_set_no_data", "Rx NULL pointer\n");
