@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: MIT */
 #include <boarddiag/access.h>
+#include <boarddiag/busbroker.h>
 
 #include "access/tool.h"
 #include "core/report.h"
@@ -52,6 +53,24 @@ constexpr boarddiag::run_frame write_frame = {
     .done = nullptr,
     .dry = boarddiag::dry_run::is_error,
 };
+
+constexpr boarddiag::run_frame no_data_frame = {
+    .traced_level = 1,
+    .traced = "i2ctool_set_no_data: %s\n",
+    .failed_level = 0,
+    .failed = write_frame.failed,
+    .failed_shows = boarddiag::shown::failed_mark,
+    .failed_status = DIAG_ERR_FAILED,
+    .done = nullptr,
+    .dry = boarddiag::dry_run::runs,
+};
+
+// What the bus broker is asked to write when a device is only to be addressed, and how. A request that is not
+// waited for outlives its call, so the bytes do too.
+constexpr uint8_t no_data_value = 0xff;
+constexpr uint8_t no_data_support = 0x01;
+constexpr uint32_t no_data_priority = 0;
+constexpr uint32_t no_data_indication = 5;
 
 // The option by which the calls without bus control differ from the others.
 constexpr const char *with_control = "";
@@ -190,6 +209,34 @@ uint32_t write_register(const char *function, const i2c_write *write)
     return boarddiag::plain_run(&write_frame, function, &command);
 }
 
+uint32_t address_with_tool(const char *function, const char *bus, uint8_t addr)
+{
+    command_line command;
+
+    if (bus == nullptr) {
+        REPORT_ERROR(function, "invalid I2C bus path\n");
+        return DIAG_ERR_INVALID_ARG;
+    }
+    boarddiag::command_format(&command, "%s --no_data --bus=%s --addr=0x%02x ", boarddiag::i2c_tool, bus,
+                              addr);
+    return boarddiag::plain_run(&no_data_frame, function, &command);
+}
+
+uint32_t address_with_broker(const char *function, const struct busbroker_dev_info *dev_info)
+{
+    if (dev_info == nullptr || dev_info->req == nullptr) {
+        REPORT_ERROR(function, "Rx NULL pointer\n");
+        return DIAG_ERR_INVALID_ARG;
+    }
+    struct busbroker_req_resp *req = dev_info->req;
+    req->support_count = 1;
+    req->support_bytes = &no_data_support;
+    req->write_data = &no_data_value;
+    req->count = 1;
+    return request_busbroker(req, dev_info->tool, dev_info->dev_id, dev_info->dev_name, no_data_priority,
+                             BB_REQ_WRITE, no_data_indication);
+}
+
 } // namespace
 
 uint32_t i2ctool_get(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
@@ -226,4 +273,11 @@ uint32_t i2ctool_set_no_cntrl(const char *bus, uint8_t addr, uint16_t reg, const
         without_control, bus, addr, reg, reg_info, boarddiag::values_of(data, count), flag, busbroker_req};
 
     return write_register(__func__, &write);
+}
+
+uint32_t i2ctool_set_no_data(const struct busbroker_dev_info *dev_info, uint8_t use_i2ctool, const char *bus,
+                             uint8_t addr)
+{
+    return use_i2ctool != 0 ? address_with_tool(__func__, bus, addr)
+                            : address_with_broker(__func__, dev_info);
 }

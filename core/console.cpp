@@ -172,7 +172,7 @@ void put_ascii(dump &d, uint64_t start, uint64_t end)
 {
     d.end = put_text(d.end, " || ");
     end_piece(d);
-    const uint64_t piece = d.level == error_level ? 1 : end - start;
+    const uint64_t piece = d.in_pieces ? 1 : end - start;
     for (uint64_t offset = start; offset < end; offset += piece) {
         d.end = std::transform(d.data + offset, d.data + offset + piece, d.end, [](uint8_t byte) {
             const char c = static_cast<char>(byte);

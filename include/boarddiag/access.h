@@ -37,6 +37,17 @@ BOARDDIAG_BEGIN_DECLS
 /** Size in bytes of a tool's command line with its terminator. */
 #define SYS_CMD_MAX_SIZE 2048
 
+struct busbroker_req_resp;
+struct tool_info;
+
+/** A device as the bus broker knows it, and what to reach the broker with. The program owns all of it. */
+struct busbroker_dev_info {
+    const char *dev_id;             /**< device identifier */
+    const char *dev_name;           /**< device name */
+    struct busbroker_req_resp *req; /**< the request to fill and send; one call at a time */
+    struct tool_info *tool;         /**< the client whose threads run */
+};
+
 /** How a register is addressed (reg_info::reg_mode). */
 enum {
     REG8 = 0,   /**< an 8-bit register number */
@@ -149,6 +160,29 @@ uint32_t i2ctool_set(const char *bus, uint8_t addr, uint16_t reg, const struct r
  */
 uint32_t i2ctool_set_no_cntrl(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
                               const uint8_t *data, int32_t count, int32_t flag, uint8_t busbroker_req);
+
+/**
+ * Addresses an I2C device without sending it data: with i2ctool, or by a request to the bus broker. Neither
+ * knows a dry run.
+ *
+ * The request writes the byte 0xff with the support byte 0x01, at priority 0 and transaction indication 5;
+ * the record's other parameters are sent as the caller set them. The two bytes are the library's own and stay
+ * valid, also for a request that is not waited for (#BB_REQ_NO_WAIT).
+ *
+ * @param dev_info    for the bus broker: the device and the client, its request the caller's; may be null for
+ * i2ctool.
+ * @param use_i2ctool non-zero: run i2ctool; 0: ask the bus broker.
+ * @param bus         for i2ctool: the bus as it is expected after --bus=; borrowed. May be null for the bus
+ * broker.
+ * @param addr        for i2ctool: device address.
+ * @return 0; #DIAG_ERR_INVALID_ARG for a null `bus` with i2ctool, or a null `dev_info` or request without;
+ * #DIAG_ERR_FAILED when the tool failed (told at level 0); without i2ctool otherwise what
+ * request_busbroker() returned.
+ *
+ * Thread-safe on different request records.
+ */
+uint32_t i2ctool_set_no_data(const struct busbroker_dev_info *dev_info, uint8_t use_i2ctool, const char *bus,
+                             uint8_t addr);
 
 /* ---- Raw IPMI requests (access/ipmi) ---- */
 
