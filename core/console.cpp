@@ -42,7 +42,7 @@ struct dump {
     const item_format *format;
     uint32_t group_items;
     int level;
-    bool in_pieces; // each label, group and character is a message
+    bool in_pieces; // each label, group and column is a message
     uint32_t items; // in the open group; 0 when none is open
     char *group;    // where the open group starts in `line`
     char *end;      // behind what `line` holds
@@ -187,6 +187,7 @@ void dump_line(dump &d, uint64_t start)
 {
     const uint64_t end = std::min<uint64_t>(start + line_bytes, d.length);
 
+    d.in_pieces = boarddiag::is_message_logged(d.level);
     if (d.show_addr) {
         put_label(d, static_cast<uint32_t>(start));
     }
@@ -280,7 +281,6 @@ void dump_hex(const void *data, int group_bits, uint32_t length, uint32_t base, 
     d.format = format;
     d.group_items = items_per_group(group_bits, *format);
     d.level = level;
-    d.in_pieces = boarddiag::is_message_logged(level);
     d.items = 0;
     d.end = d.line;
     d.carried = 0;

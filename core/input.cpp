@@ -6,6 +6,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <poll.h>
+#include <pthread.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -28,6 +29,7 @@ struct terminal_state {
     struct termios attributes;
     bool is_terminal;
     int flags; // -1 when they could not be read
+    int cancel_state;
 };
 
 // One character, 0 to 255, or one of the two marks. The stream's indicators are cleared before and after, as
@@ -58,10 +60,15 @@ terminal_state enter_key_mode(const char *function)
 {
     terminal_state saved;
 
+    // On a terminal standard output turns non-blocking too, and would drop what it could not write at once.
+    fflush(stdout);
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &saved.cancel_state);
     saved.is_terminal = tcgetattr(STDIN_FILENO, &saved.attributes) == 0;
     if (saved.is_terminal) {
         struct termios keys = saved.attributes;
         keys.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+        keys.c_cc[VMIN] = 1; // poll tells of the first key
+        keys.c_cc[VTIME] = 0;
         tcsetattr(STDIN_FILENO, TCSANOW, &keys);
     }
     saved.flags = fcntl(STDIN_FILENO, F_GETFL);
@@ -79,11 +86,12 @@ void leave_key_mode(const char *function, const terminal_state &saved)
     if (saved.flags == -1 || fcntl(STDIN_FILENO, F_SETFL, saved.flags) == -1) {
         REPORT_ERROR(function, "fcntl error\n");
     }
+    pthread_setcancelstate(saved.cancel_state, nullptr);
 }
 
 struct timespec clock_now(void)
 {
-    struct timespec now;
+    struct timespec now = {};
 
     clock_gettime(CLOCK_REALTIME, &now);
     return now;

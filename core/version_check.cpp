@@ -1,6 +1,5 @@
 /* SPDX-License-Identifier: MIT */
 // Checks of short texts and of version strings of the form x.y.z.rest, of which z is the image type.
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 

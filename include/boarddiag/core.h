@@ -305,9 +305,10 @@ struct _xmlNode;
  * @param show_addr  non-zero shows each line's address and, at width 1, its printable characters.
  * @param width      bytes of an item: 1 (2 digits), 2 (4 digits) or 4 (4 to 8 digits), read in host byte
  * order; any other width is reported as an error and nothing is dumped.
- * @param level      level of the messages, as of diag_print(); a line is one message, except at level -1.
+ * @param level      level of the messages, as of diag_print(); a line is one message; at a level that
+ *                   goes to the system log (-1 always does) each label, group and column is a message.
  *
- * Thread-safe; the lines of concurrent dumps may mix.
+ * Thread-safe; concurrent dumps may mix, message by message.
  */
 void dump_hex(const void *data, int group_bits, uint32_t length, uint32_t base, int show_addr, uint8_t width,
               int level);
@@ -368,7 +369,9 @@ uint32_t update_buf(uint8_t *dst, uint32_t n, const uint8_t *src);
  *
  * The terminal (if standard input is one) leaves canonical mode and standard input becomes non-blocking for
  * the duration of the call; both are as before when it returns. A failure of fcntl() is reported and does not
- * end the call; at the end of input it waits on, as input may yet grow.
+ * end the call, which may then wait beyond the limit; failures of the terminal are ignored. Standard output
+ * is flushed first; on the same terminal it is non-blocking meanwhile, so nothing else should print. The
+ * thread is not cancelled before all is restored. At the end of input it waits on, as input may yet grow.
  *
  * @param seconds the limit, counted in whole seconds of the wall clock from the second in which the call
  *                starts: a limit of 2 ends after 1 to 2 seconds. 0 or less looks once for a key already
@@ -384,7 +387,8 @@ int wait_key_pressed(int64_t seconds);
  * and dropped. A carriage return is stored like any other character. Not written when -1 is returned.
  * @param size size of `buf` in bytes, at least 1.
  * @return the number of characters stored; -1 when the input ended before one was stored (a byte of 0xff is
- * such an end too), or, with an error report and nothing read, when there is no buffer.
+ * such an end too, and so is a read error; with a `size` of 1 nothing is ever stored), or, with an error
+ * report and nothing read, when `buf` is null or `size` is below 1.
  */
 int get_user_input(char *buf, int size);
 
@@ -433,13 +437,15 @@ uint32_t get_cpu_arch(int *arch);
 uint32_t check_file_existance_in_diagbin(const char *name);
 
 /* ---- Version strings (core/version_check) ----
- * All answer 1 for valid and 0 for invalid, and tell at level 1 what was wrong. Thread-safe. */
+ * All answer 1 for valid and 0 for invalid, and tell at level 1 what was wrong. Thread-safe as long as no
+ * other thread uses the text. */
 
 /**
  * Whether a text holds only ASCII letters and digits.
  *
  * @param text        at least `n` characters, or fewer with a NUL, which is not valid; borrowed for the call.
- * @param n           how many characters to check; 0 or less checks none, which is valid.
+ * @param n           how many characters to check; 0 or less checks none, which is valid, and `text` may be
+ * null.
  * @param punctuation true allows '-', '.', '_' and space too.
  * @return 1 or 0.
  */
@@ -459,7 +465,8 @@ int check_valid_number(const char *text, int n, bool hexadecimal);
  * Whether a version string has the form x.y.z.rest with hexadecimal x, y and z, and z is the image type.
  *
  * z is compared as a decimal number that ends at its first other character: "1.2.1a.9" is of image type 1.
- * The rest is not looked at and may hold the one '-' that is allowed.
+ * The rest is not looked at and may hold the one '-' that is allowed. There must be exactly three dots; empty
+ * components are skipped, so that "1..2.3" has x 1, y 2 and z 3, and fewer than three others are invalid.
  *
  * @param version    the string; unless the number of dots or dashes is wrong, EACH DOT IS OVERWRITTEN with a
  * NUL. Null is invalid.
