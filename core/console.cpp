@@ -42,7 +42,7 @@ struct dump {
     const item_format *format;
     uint32_t group_items;
     int level;
-    bool in_pieces; // each label, group and column is a message
+    bool in_pieces; // each label, group and character is a message
     uint32_t items; // in the open group; 0 when none is open
     char *group;    // where the open group starts in `line`
     char *end;      // behind what `line` holds

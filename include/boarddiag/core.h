@@ -306,7 +306,7 @@ struct _xmlNode;
  * @param width      bytes of an item: 1 (2 digits), 2 (4 digits) or 4 (4 to 8 digits), read in host byte
  * order; any other width is reported as an error and nothing is dumped.
  * @param level      level of the messages, as of diag_print(); a line is one message; at a level that
- *                   goes to the system log (-1 always does) each label, group and column is a message.
+ *                   goes to the system log (-1 always does) each label, group and character is one.
  *
  * Thread-safe; concurrent dumps may mix, message by message.
  */

@@ -1,0 +1,61 @@
+/* SPDX-License-Identifier: MIT */
+/*
+ * board_check: a whole diagnostic program, written as a test engineer would for the sample board of the
+ * simulator. It reads and writes each device, checks what it holds, prints a verdict line for each check and
+ * ends with status 1 if one of them failed.
+ *
+ *   board_check [FOLDER]   FOLDER is where the FIFOs of the tools are made (default: /tmp)
+ */
+#include <boarddiag.h>
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include "checks.h"
+
+char pipe_path[4096];
+
+static const struct check *const tables[] = {i2c_checks, ipmi_checks, register_checks};
+
+static bool run_checks(const struct check *checks)
+{
+    bool passed = true;
+
+    for (const struct check *check = checks; check->name != NULL; check++) {
+        const bool good = check->run();
+
+        print_test_result(check->name, !good);
+        passed = passed && good;
+    }
+    return passed;
+}
+
+/* Gives the operator the chance to stop before the devices are touched. */
+static bool is_stopped(void)
+{
+    if (!isatty(STDIN_FILENO)) {
+        return false;
+    }
+    diag_print(0, "press a key to stop\n");
+    return wait_key_pressed(1) != -1;
+}
+
+int main(int argc, char **argv)
+{
+    bool passed = true;
+    int arch = 0;
+
+    snprintf(pipe_path, sizeof pipe_path, "%s/board_check_%d", argc > 1 ? argv[1] : "/tmp", (int)getpid());
+    diag_system_init("board_check");
+    if (get_cpu_arch(&arch) == 0) {
+        diag_print(0, "host processor: %s\n", arch == CPU_ARCH_X86 ? "x86" : "Arm");
+    }
+    if (is_stopped()) {
+        return EXIT_FAILURE;
+    }
+    for (size_t i = 0; i < sizeof tables / sizeof *tables; i++) {
+        passed = run_checks(tables[i]) && passed;
+    }
+    return passed ? EXIT_SUCCESS : EXIT_FAILURE;
+}

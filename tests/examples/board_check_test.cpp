@@ -1,0 +1,62 @@
+/* SPDX-License-Identifier: MIT */
+// The example program on the sample board: each fault of the board fails just the checks that meet it.
+#include <gtest/gtest.h>
+#include <set>
+#include <sstream>
+
+#include "support/sim_board.h"
+
+namespace {
+
+using names = std::set<std::string>;
+
+class BoardCheck : public testing::Test {
+  protected:
+    diagtest::sim_board board;
+
+    names failed_checks()
+    {
+        board.clear_commands();
+        const auto result = diagtest::run_shell(BOARD_CHECK " " + board.root + " </dev/null");
+        names failed;
+        std::istringstream lines(result.out);
+        for (std::string line; std::getline(lines, line);) {
+            if (line.ends_with(" FAILED <<<<")) {
+                failed.insert(line.substr(0, line.find(": Overall")));
+            }
+        }
+        EXPECT_EQ(result.status, failed.empty() ? 0 : 1 << 8) << result.out << result.err;
+        return failed;
+    }
+};
+
+TEST_F(BoardCheck, EachFaultFailsTheChecksThatMeetIt)
+{
+    struct {
+        const char *fault;
+        names failed;
+    } const cases[] = {
+        {"", {}},
+        {"nvramtool 0 exit 1", {}}, // start-up goes on without the record
+        {"i2ctool 2 exit 1 once", {"i2c eeprom, 16-bit register"}},
+        {"i2ctool 4 silent once", {"i2c eeprom write"}},
+        {"i2ctool 10 exit 1 once", {"i2c firmware version"}},
+        {"i2ctool 0 late 10 once", {}},
+        {"ipmitool 0 garbage once", {"ipmi device id"}},
+        {"ipmitool 2 silent once", {"ipmi oem register"}},
+        {"gpiotool 1 signal 9 once", {"gpio pin"}},
+        {"lpctool 0 exit 3 once", {"lpc registers"}},
+        {"pcitool 0 exit 1", {"pci identity", "pci write"}},
+        {"memtool 9 short 1 once", {"memory, big-endian"}},
+        {"memtool 1 long 8 once", {}}, // what is too much is not read
+    };
+    for (const auto &c : cases) {
+        board.set_faults(c.fault);
+        EXPECT_EQ(failed_checks(), c.failed) << c.fault;
+    }
+    board.set_faults("");
+    board.remove_image("i2c/3/0x52.bin");
+    EXPECT_EQ(failed_checks(), names{"ipmi bridged i2c with pec"});
+}
+
+} // namespace
