@@ -8,7 +8,7 @@
 
 #include <stdbool.h>
 #include <stdint.h>
-#include <time.h>
+#include <sys/types.h> /* timer_t, also in a strictly conforming C program */
 
 #include <boarddiag/decls.h>
 

@@ -11,54 +11,46 @@ using diagtest::error_line;
 
 namespace {
 
-struct response {
-    uint8_t tool_id = 3;
-    std::string dev_id = "cpu0", dev_name = "fpga";
-    uint32_t req_prio = 2, req_type = 7;
-    uint8_t transac_ind = 5;
-    std::string data = "00000010,0001,08,1c,Success,1,5a", support = ",01,ff";
-};
-
-/// The frame of a record, between the marks of a response.
-std::string framed(busbroker_req_resp record)
+/// A record, which a test may change, framed between the marks of a response.
+template <typename Change> std::string frame_with(Change change)
 {
-    char text[600];
-    const uint32_t length = frame_ascii_request(&record, text, sizeof text);
+    char text[600], data[] = "00000010,0001,08,1c,Success,1,5a", support[] = ",01,ff";
+    busbroker_req_resp r = {};
+    r.tool_id = 3;
+    r.inst_id = 0x12345678;
+    r.transac_id = 0xfedcba98;
+    r.dev_id = "cpu0";
+    r.dev_name = "fpga";
+    r.req_prio = 2;
+    r.req_type = 7;
+    r.transac_ind = 5;
+    r.data = data;
+    r.support_data = support;
+    change(r);
+    r.dev_id_len = uint8_t(strlen(r.dev_id));
+    r.dev_name_len = uint8_t(strlen(r.dev_name));
+    r.data_len = uint16_t(strlen(r.data));
+    r.support_data_len = uint8_t(strlen(r.support_data));
+    r.crc = r.crc != 0 ? r.crc : calculate_crc(&r);
+    const uint32_t length = frame_ascii_request(&r, text, sizeof text);
     text[1] = text[length - 2] = 'P';
     return text;
 }
 
-std::string frame(response r = {})
+std::string frame()
 {
-    busbroker_req_resp record = {};
-    record.tool_id = r.tool_id;
-    record.inst_id = 0x12345678;
-    record.transac_id = 0xfedcba98;
-    record.dev_id_len = uint8_t(r.dev_id.size());
-    record.dev_id = r.dev_id.c_str();
-    record.dev_name_len = uint8_t(r.dev_name.size());
-    record.dev_name = r.dev_name.c_str();
-    record.req_prio = r.req_prio;
-    record.req_type = r.req_type;
-    record.transac_ind = r.transac_ind;
-    record.data_len = uint16_t(r.data.size());
-    record.support_data_len = uint8_t(r.support.size());
-    record.data = r.data.data();
-    record.support_data = r.support.data();
-    record.crc = calculate_crc(&record);
-    return framed(record);
+    return frame_with([](auto &) {});
 }
 
 struct client {
     tool_info tool = {};
-    static inline std::vector<std::string>
-        got; // the frames of the records that the completion handler was given
+    static inline std::vector<std::string> got; // the records that were delivered, framed again
 
     client()
     {
         got.clear();
         tool.rx_complete = [](tool_info *, void *, busbroker_req_resp *record) {
-            got.push_back(framed(*record));
+            got.push_back(frame_with([record](auto &r) { r = *record; }));
             return 0x77u; // not consulted
         };
         tool.rx_stateinfo = &busbroker_rx_stateinfo;
@@ -86,7 +78,10 @@ TEST(Receive, FramesInOneDatagram)
     // Written by hand, so that it shows what the reader and the writer would have in common.
     const std::string example =
         "RPS03000000010000000704cpu004fpga00000000000000020500130000000010,0001,08,1ca395f48cRPE";
-    const std::string plain = frame({.dev_id = "", .dev_name = "", .data = "", .support = ""});
+    const std::string plain = frame_with([](auto &r) {
+        r.dev_id = r.dev_name = "";
+        r.data[0] = r.support_data[0] = '\0';
+    });
     client c;
     EXPECT_EQ(c.feed(example), 0u);
     EXPECT_EQ(client::got, std::vector{example});
@@ -118,12 +113,9 @@ TEST(Receive, NewlinesAndZerosCountButAreNotStored)
 {
     client c;
     for (const size_t split : {20u, 60u, 65u}) {
-        const std::string stored = frame({.data = "123456789abcdefg"});
-        std::string sent =
-            stored; // 16 characters announced as 20, and the checksum is that of what is stored
-        sent.replace(sent.find("0010"
-                               "06"),
-                     6, "001406");
+        const std::string stored = frame_with([](auto &r) { strcpy(r.data, "123456789abcdefg"); });
+        std::string sent = stored; // 20 characters of data, with the checksum of the 16 that are stored
+        sent.replace(sent.find("001006"), 6, "001406");
         sent.replace(sent.find("123456789"), 16, std::string("\0\n12345678\n9abcdefg\0", 20));
         sent.replace(3, 2, "\n3");
         c.feed(sent.substr(0, split));
@@ -137,21 +129,21 @@ TEST(Receive, FaultyFramesAreDiscardedAndTheNextIsRead)
 {
     std::string bad_end = frame();
     bad_end.replace(bad_end.size() - 1, 1, "R"); // which is read again, as a start
-    std::string bad_crc = frame();
-    bad_crc[bad_crc.size() - 4] ^= 1;
+    const std::string long_text(33, 't');
     struct {
         std::string sent, told;
         bool read = false;
     } const cases[] = {
-        {frame({.req_prio = 3}), "Rx request priority = 0x3\nInvalid prority values \n"},
-        {frame({.req_type = 8}), "Invalid req type \n"},
-        {frame({.transac_ind = 6}), ""},
-        {frame({.tool_id = 23}), "Invalid tool id 23 received \n"},
-        {bad_crc, ""},
+        {frame_with([&](auto &r) { r.req_prio = 3; }),
+         "Rx request priority = 0x3\nInvalid prority values \n"},
+        {frame_with([&](auto &r) { r.req_type = 8; }), "Invalid req type \n"},
+        {frame_with([&](auto &r) { r.transac_ind = 6; }), ""},
+        {frame_with([&](auto &r) { r.tool_id = 23; }), "Invalid tool id 23 received \n"},
+        {frame_with([](auto &r) { r.crc = 1; }), ""},
         {bad_end, ""},
-        {frame({.dev_id = std::string(33, 'i')}),
+        {frame_with([&](auto &r) { r.dev_id = long_text.c_str(); }),
          "Device id length [33] exceeded max allowed dev id len [32]\n", true},
-        {frame({.dev_name = std::string(33, 'n')}),
+        {frame_with([&](auto &r) { r.dev_name = long_text.c_str(); }),
          "dev_name_len = 33\nDevice name length [33] exceeded max allowed dev name len [32]\n", true},
     };
     for (const auto &test : cases) {
