@@ -62,10 +62,11 @@ int get_twos_complement_val(uint32_t raw, int width, int frac, float *result)
 
 uint8_t reverse_bits(uint8_t byte)
 {
+    const uint32_t bits = byte;
     uint32_t reversed = 0;
 
     for (uint32_t bit = 0; bit < 8; bit++) {
-        reversed |= (byte >> bit & 1U) << (7 - bit);
+        reversed |= (bits >> bit & 1) << (7 - bit);
     }
     return static_cast<uint8_t>(reversed);
 }

@@ -15,7 +15,7 @@ namespace {
 
 // ---- Hex dumps ----
 
-constexpr uint32_t line_bytes = 16;
+constexpr size_t line_bytes = 16;
 constexpr int error_level = -1;
 
 // How items of one width show: a four-byte item has at least as many digits as told, and up to eight.
@@ -126,12 +126,13 @@ uint32_t item_at(const dump &d, uint64_t offset)
 void add_item(dump &d, uint32_t value)
 {
     const auto digits = static_cast<uint32_t>(std::bit_width(value) + 3) / 4;
+    char *end = d.end;
 
     if (d.items == 0) {
-        d.group = d.end;
-        d.end = put_text(d.end, "0x");
+        d.group = end;
+        end = put_text(end, "0x");
     }
-    d.end = put_hex(d.end, value, std::max(digits, d.format->min_digits));
+    d.end = put_hex(end, value, std::max(digits, d.format->min_digits));
     d.items++;
     if (d.items == d.group_items) {
         *d.end++ = d.format->separator;
@@ -167,13 +168,16 @@ void put_items(dump &d, uint64_t start, uint64_t end)
     }
 }
 
-void put_ascii(dump &d, uint64_t offset, uint64_t end)
+void put_ascii(dump &d, uint64_t start, uint64_t end)
 {
     d.end = put_text(d.end, " || ");
     end_piece(d);
-    for (; offset < end; offset++) {
-        const char c = static_cast<char>(d.data[offset]);
-        *d.end++ = is_printable(c) != 0 ? c : '.';
+    const uint64_t piece = d.level == error_level ? 1 : end - start;
+    for (uint64_t offset = start; offset < end; offset += piece) {
+        d.end = std::transform(d.data + offset, d.data + offset + piece, d.end, [](uint8_t byte) {
+            const char c = static_cast<char>(byte);
+            return is_printable(c) != 0 ? c : '.';
+        });
         end_piece(d);
     }
 }

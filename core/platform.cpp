@@ -14,7 +14,7 @@
 
 namespace {
 
-// Both in the order of preference.
+// In the order of preference.
 constexpr const char *config_extensions[] = {".cfg", ".xml"};
 constexpr size_t extension_room = 5; // an extension and the terminator
 
@@ -22,7 +22,7 @@ constexpr size_t machine_size = 10; // of a machine name with its terminator
 constexpr size_t path_size = 256;
 
 struct cpu_family {
-    char prefix[4];
+    const char *prefix;
     int code;
 };
 
@@ -51,15 +51,14 @@ char *build_config_filename(const char *base)
                      "You must pass a valid string to use as the base of the filename without extension\n");
         return nullptr;
     }
-    const size_t length = strlen(base);
-    auto *const name = static_cast<char *>(calloc(1, length + extension_room));
+    const size_t size = strlen(base) + extension_room;
+    auto *const name = static_cast<char *>(calloc(1, size));
     if (name == nullptr) {
         REPORT_ERROR(__func__, "Could not allocate space for the config file name\n");
         return nullptr;
     }
-    memcpy(name, base, length);
     for (const char *const extension : config_extensions) {
-        memcpy(name + length, extension, extension_room);
+        snprintf(name, size, "%s%s", base, extension);
         if (is_readable_file(name)) {
             return name;
         }
