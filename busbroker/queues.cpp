@@ -43,10 +43,9 @@ busbroker_rx_node *response_node(tool_info *tool, uint32_t transac_id)
     busbroker_rx_node *node = *find_link(&tool->rx_queue, transac_id);
 
     if (node == nullptr) {
-        node = static_cast<busbroker_rx_node *>(calloc(1, sizeof *node));
+        node = static_cast<busbroker_rx_node *>(malloc(sizeof *node));
         if (node != nullptr) {
-            node->transac_id = transac_id;
-            node->next = tool->rx_queue;
+            *node = {nullptr, 0, transac_id, 0, tool->rx_queue};
             tool->rx_queue = node;
         }
     }

@@ -212,15 +212,16 @@ uint32_t request_busbroker(struct busbroker_req_resp *req, struct tool_info *too
     busbroker_tx_node request{};
 
     uint32_t status = update_request(req, dev_id, dev_name, req_prio, req_type, transac_ind);
+    if (req == nullptr) {
+        return DIAG_ERR_INVALID_ARG;
+    }
     if (status == 0 && !boarddiag::has_tool(__func__, tool)) {
         status = DIAG_ERR_INVALID_ARG;
     }
     if (status == 0) {
         status = make_frame(req, &request);
     }
-    if (req != nullptr) {
-        release_texts(req);
-    }
+    release_texts(req);
     if (status == 0) {
         status = queue_record(req, tool, &request);
     }

@@ -56,22 +56,30 @@ bool at_end(const token_reader &reader)
     return *reader.at == '\0';
 }
 
-// A working copy of the data text, which reading cuts into its tokens; null, and told, without memory.
-char *copy_data(const busbroker_req_resp *response)
+// A copy on the heap; null, and told, without memory.
+char *copy_text(const char *text)
 {
-    char *copy = strdup(response->data != nullptr ? response->data : "");
+    const size_t size = strlen(text) + 1;
+    auto *copy = static_cast<char *>(malloc(size));
 
     if (copy == nullptr) {
         REPORT_ERROR(function, alloc_message);
+        return nullptr;
     }
+    memcpy(copy, text, size);
     return copy;
+}
+
+const char *data_of(const busbroker_req_resp *response)
+{
+    return response->data != nullptr ? response->data : "";
 }
 
 // ---- Types 0, 1, 4 and 6: the whole text is the status word. ----
 
 uint8_t word_status(const busbroker_req_resp *response)
 {
-    const char *word = response->data != nullptr ? response->data : "";
+    const char *word = data_of(response);
 
     if (equal(word, ack_word)) {
         return BB_RESP_ACK;
@@ -186,9 +194,8 @@ uint32_t parse_identifier_text(tool_info *tool, const busbroker_req_resp *respon
     if (identifier == nullptr) {
         return DIAG_ERR_INVALID_ARG;
     }
-    char *copy = strdup(identifier);
+    char *copy = copy_text(identifier);
     if (copy == nullptr) {
-        REPORT_ERROR(function, alloc_message);
         return DIAG_ERR_INVALID_ARG;
     }
     return file_bytes(tool, response, BB_RESP_SUCCESS, reinterpret_cast<uint8_t *>(copy),
@@ -197,10 +204,11 @@ uint32_t parse_identifier_text(tool_info *tool, const busbroker_req_resp *respon
 
 // ---- By request type ----
 
+// Reading cuts the text into its tokens, so it works on a copy.
 template <uint32_t parse(tool_info *, const busbroker_req_resp *, char *)>
 uint32_t parse_copy(tool_info *tool, const busbroker_req_resp *response)
 {
-    char *copy = copy_data(response);
+    char *copy = copy_text(data_of(response));
     const uint32_t status = copy != nullptr ? parse(tool, response, copy) : DIAG_ERR_NO_MEMORY;
 
     free(copy);

@@ -1,41 +1,102 @@
 /* SPDX-License-Identifier: MIT */
-// A client with its threads on the loopback interface, and a scripted broker that answers it. Both live, as
-// in a program, until the process ends.
+// A client on the loopback interface, and a scripted broker that answers it. Both live, as in a program,
+// until the process ends.
 #ifndef TESTS_BUSBROKER_LOOPBACK_H
 #define TESTS_BUSBROKER_LOOPBACK_H
 
+#include <arpa/inet.h>
 #include <functional>
+#include <gtest/gtest.h>
 #include <string>
+#include <thread>
 #include <vector>
 
-#include <boarddiag/busbroker.h>
+#include <boarddiag.h>
 
 namespace diagtest {
 
-inline constexpr int32_t every_ms = 0;
-inline constexpr int32_t every_100_ms = 1;
-
-/// What a request frame of the test client (device id cpu0, name fpga) holds.
+/// What a request frame of a client with device id cpu0 and name fpga holds.
 struct request_view {
     uint32_t transac_id;
     uint32_t type;
     std::string data;
 };
 
-/// The data texts of the answers to a request, the `nth` of its transaction, from 1.
-using script = std::function<std::vector<std::string>(const request_view &request, int nth)>;
+/// The data texts of the answers to a request.
+using script = std::function<std::vector<std::string>(const request_view &request)>;
 
-/// A client with initialised mutexes and no threads.
-tool_info *new_client();
+inline uint32_t hex_at(const std::string &frame, size_t offset, size_t width)
+{
+    return static_cast<uint32_t>(std::stoul(frame.substr(offset, width), nullptr, 16));
+}
 
-/// Starts a broker, a client connected to it, and the periodic timer.
-tool_info *start_client(script answers, int32_t timer_type);
+inline std::string response_frame(const request_view &request, std::string data)
+{
+    busbroker_req_resp record{};
+    record.transac_id = request.transac_id;
+    record.dev_id = record.dev_name = "";
+    record.req_type = request.type;
+    record.data = data.data();
+    record.data_len = static_cast<uint16_t>(data.size());
+    record.crc = calculate_crc(&record);
+    std::string frame(61 + data.size(), '\0');
+    frame_ascii_request(&record, frame.data(), static_cast<int32_t>(frame.size()));
+    frame.pop_back();
+    frame[1] = frame[frame.size() - 2] = 'P';
+    return frame;
+}
 
-/// How many frames of a transaction reached the broker.
-int frames_of(uint32_t transac_id);
+inline void serve(int fd, const script &answers)
+{
+    char buffer[4096];
+    sockaddr_in from{};
+    auto *address = reinterpret_cast<sockaddr *>(&from);
+    socklen_t size = sizeof from;
 
-/// Waits until `condition` holds; fails the test after some seconds.
-void wait_for(const std::function<bool()> &condition);
+    for (;;) {
+        const ssize_t length = recvfrom(fd, buffer, sizeof buffer, 0, address, &size);
+        if (length > 0) {
+            const std::string frame(buffer, static_cast<size_t>(length));
+            const request_view request{hex_at(frame, 13, 8), hex_at(frame, 41, 8),
+                                       frame.substr(57, hex_at(frame, 51, 4))};
+            for (const std::string &data : answers(request)) {
+                const std::string response = response_frame(request, data);
+                sendto(fd, response.data(), response.size(), 0, address, size);
+            }
+        }
+    }
+}
+
+/// A client whose bound socket sends to itself; no threads.
+inline tool_info *new_client()
+{
+    static auto &clients = *new std::vector<tool_info *>; // keeps them reachable
+    tool_info *tool = clients.emplace_back(new tool_info{});
+    tool->tool_id = 3;
+    tool->inst_id = 1;
+    tool->rx_handler = busbroker_rx_state_machine;
+    tool->rx_complete = busbroker_parse_update_queues;
+    tool->rx_stateinfo = &busbroker_rx_stateinfo;
+    pthread_mutex_init(&tool->tx_mutex, nullptr);
+    pthread_mutex_init(&tool->rx_mutex, nullptr);
+    tool->sock_cfg = {0, 1, 1, "127.0.0.1", 0, {}};
+    EXPECT_EQ(create_socket(&tool->sock_cfg, &tool->sock_fd, 0), 0u);
+    socklen_t size = sizeof tool->sock_cfg.sock_addr;
+    getsockname(tool->sock_fd, reinterpret_cast<sockaddr *>(&tool->sock_cfg.sock_addr), &size);
+    return tool;
+}
+
+/// Starts a broker, the periodic timer, and a client's threads connected to the broker.
+inline tool_info *start_client(script answers, int32_t timer_type)
+{
+    tool_info *tool = new_client();
+    std::thread([fd = tool->sock_fd, answers = std::move(answers)] { serve(fd, answers); }).detach();
+    tool->sock_cfg.port = ntohs(tool->sock_cfg.sock_addr.sin_port);
+    timer_t timer{};
+    EXPECT_EQ(init_timer(1, &timer, timer_type), 0u);
+    EXPECT_EQ(create_sock_threads(nullptr, nullptr, tool, sock_tx_thread, sock_rx_thread, 1), 0u);
+    return tool;
+}
 
 } // namespace diagtest
 
