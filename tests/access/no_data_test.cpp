@@ -27,12 +27,12 @@ TEST_F(NoData, WithTheBroker)
     static auto &seen = *new diagtest::request_view; // the broker outlives static objects
     static const char *answer = "a,b,c,Success,";
     tool_info *tool = diagtest::start_client(
-        [](const diagtest::request_view &request, int) {
+        [](const diagtest::request_view &request) {
             const std::lock_guard lock(mutex);
             seen = request;
             return std::vector<std::string>{answer};
         },
-        diagtest::every_100_ms);
+        1);
     busbroker_req_resp req{};
     req.tool_id = 3;
     req.transac_id = 1;
