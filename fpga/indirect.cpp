@@ -16,8 +16,9 @@ struct indr_call;
 struct indr_step;
 using step_fn = uint32_t (*)(indr_call &call, const indr_step &step);
 
-// One step of a sequence: what it does, the FPGA register that it starts at, what it writes there (null: 0),
-// and how a failed access is told. A step over several bytes tells the index before the status.
+// One step of a sequence: what it does, the FPGA register that it starts at, the field with the byte to write
+// (null: 0; a step over several bytes finds their number there, a poll has none), and how a failed access is
+// told. A step over several bytes tells the index before the status.
 struct indr_step {
     step_fn run;
     uint32_t lpc_indr_info::*reg;

@@ -77,7 +77,7 @@ uint32_t broker_write(mbox_call &call, const mbox_step &step)
         update_busbroker_req_fields(call.req, addr, 1, mbox_width, &call.written, mbox_flags, BB_REQ_WRITE,
                                     mbox_write_code, nullptr, 0);
     } else {
-        call.req->addr = addr;
+        call.req->addr = addr; // a null record has failed at the first write
     }
     return send(call, BB_REQ_WRITE, step);
 }
@@ -134,11 +134,12 @@ uint32_t select_reg(mbox_call &call, uint32_t reg)
     return status != 0 ? status : write_step(call, low_addr_step, reg);
 }
 
-// The byte dies with the call: the record must not go on pointing at it.
+// The byte dies with the call, and the place for the answer may: the record must not go on pointing at them.
 uint32_t finished(const mbox_call &call, uint32_t status)
 {
-    if (call.path == &broker_path) {
+    if (call.path == &broker_path && call.req != nullptr) {
         call.req->write_data = nullptr;
+        call.req->resp_buf = nullptr;
     }
     return status;
 }

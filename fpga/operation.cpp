@@ -86,7 +86,7 @@ uint32_t start(const char *function, const mbox_info *mbox, uint32_t reg, uint8_
 // The result of one status read; a failed read leaves the status byte as it was.
 uint32_t read_ack(const char *function, const mbox_info *mbox, const fpga_reg_map *map, uint8_t *status_byte)
 {
-    uint8_t value = 0;
+    uint8_t value = *status_byte; // a tool that writes nothing leaves it so
     const uint32_t status = get_byte(mbox, map->status_reg, &value);
     if (status == 0) {
         *status_byte = value;
@@ -220,7 +220,7 @@ uint32_t set_fpga_mode(const struct fpga_mode_info *mode_info, const struct mbox
         return result;
     }
     for (int n = 0; n < mode_reads; n++) {
-        uint8_t ack = 0;
+        auto ack = static_cast<uint8_t>(~(mode_info->*mode.ack)); // nothing read is no acknowledgement
         boarddiag::pause_between_polls();
         const uint32_t status = get_byte(mbox, mode_info->mode_reg, &ack);
         if (status != 0) {

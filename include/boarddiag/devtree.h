@@ -98,7 +98,7 @@ struct proc_info {
  * update_dev_mux_interface_tree() does, where those without "-" in their identifier and without a mux type
  * are only listed; a descriptor of any other interface is skipped. A device of a list that is put in twice is
  * listed twice, muxes and channels are found again. The time taken is in proportion to the number of
- * descriptors.
+ * descriptors and to the size of the tree that is already there.
  *
  * An identifier that cannot be placed does not end the walk over the list. A malformed I2C interface, an
  * interface number above 25 and a failed allocation for a listed device do. What was linked stays linked.
@@ -122,9 +122,11 @@ uint32_t update_pf_tree(struct pf_dev *devs, struct pf_tree *tree, bool daemon, 
  * @param tree      tree of the interface.
  * @param daemon    as in update_pf_tree().
  * @param proc_info as in update_pf_tree().
- * @return 0; #DIAG_ERR_INVALID_ARG for null pointers, for an identifier that ends where a channel number
- * should follow, has a malformed one, or is too long for a path or a mux (nothing linked), for a mux that
- *         could not be made on the way, and whatever else check_add_mux_entry() refuses; #DIAG_ERR_NO_MEMORY.
+ * @return 0; #DIAG_ERR_INVALID_ARG for null pointers, for an identifier that is too long for a path or a mux
+ *         (nothing linked), that ends where a channel number should follow or has a malformed one, for a mux
+ *         that could not be made on the way, and whatever else check_add_mux_entry() refuses;
+ *         #DIAG_ERR_NO_MEMORY for a channel, the device itself or the daemon's entry. What was made on the
+ * way stays.
  */
 uint32_t update_dev_mux_interface_tree(struct pf_dev *dev, uint32_t if_num, struct if_tree *tree, bool daemon,
                                        struct proc_info *proc_info);

@@ -48,17 +48,18 @@ struct mbox_indr_dev_cfg {
  *
  * @param mbox      the mailbox.
  * @param reg       internal register address; bits 0 to 15 count.
- * @param data      receives the register's byte; left alone when lpctool fails.
- * @param req       bus broker: the request record, whose request parameters the call replaces; it keeps
- *                  pointing at `data`. Not used, and may be null, without the bus broker; so are the next
- * three.
+ * @param data      receives the register's byte; left alone when lpctool fails or writes nothing.
+ * @param req       bus broker: the request record, whose request parameters the call replaces; its
+ * `write_data` and `resp_buf` are null afterwards. Not used, and may be null, without the bus broker; so are
+ *                  the next three.
  * @param tool      bus broker: the client to send through.
  * @param dev_id    bus broker: device identifier of the requests.
  * @param dev_name  bus broker: device name of the requests.
  * @param code      bus broker: code of the read request, its low 8 bits; 0x10 in the library's own calls.
  * @param busbroker non-zero: three bus broker requests; zero: three runs of lpctool.
- * @return 0, or the status of the step that failed: #DIAG_ERR_LPC_ACCESS or #DIAG_ERR_FAILED of lpctool_get()
- *         and lpctool_set(), or whatever request_busbroker() returned.
+ * @return 0, also when lpctool succeeded without writing a byte; or the status of the step that failed:
+ *         #DIAG_ERR_LPC_ACCESS or #DIAG_ERR_FAILED of lpctool_get() and lpctool_set(), or whatever
+ *         request_busbroker() returned.
  *
  * Not to run concurrently with another access of the same mailbox, nor with any other mailbox read.
  */
@@ -69,7 +70,8 @@ uint32_t lpctool_get_mbox(const struct mbox_info *mbox, uint32_t reg, uint8_t *d
 /**
  * Writes one internal FPGA register: writes the two bytes of its address, then the data register.
  *
- * The parameters that lpctool_get_mbox() has too mean the same here. There is no dry run.
+ * The parameters that lpctool_get_mbox() has too mean the same here. In a dry run all
+ * three writes are made.
  *
  * @param value the low 8 bits are written.
  * @return 0, or the status of the step that failed: #DIAG_ERR_LPC_ACCESS of lpctool_set(), or whatever
