@@ -19,5 +19,9 @@ extern char pipe_path[4096];
 extern const struct check i2c_checks[];
 extern const struct check ipmi_checks[];
 extern const struct check register_checks[]; /* GPIO, LPC, PCI, memory */
+extern const struct check fpga_checks[];
+extern const struct check tree_checks[];
+extern const struct check broker_checks[]; /* these two need the bus broker */
+extern const struct check broker_fpga_checks[];
 
 #endif

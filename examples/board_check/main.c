@@ -4,7 +4,10 @@
  * simulator. It reads and writes each device, checks what it holds, prints a verdict line for each check and
  * ends with status 1 if one of them failed.
  *
- *   board_check [FOLDER]   FOLDER is where the FIFOs of the tools are made (default: /tmp)
+ *   board_check [FOLDER [BROKER]]
+ *
+ * FOLDER is where the FIFOs of the tools are made (default: /tmp). BROKER is the XML configuration of the bus
+ * broker; without it the devices are not reached through the broker.
  */
 #include <boarddiag.h>
 
@@ -12,11 +15,14 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include "broker.h"
 #include "checks.h"
 
 char pipe_path[4096];
 
-static const struct check *const tables[] = {i2c_checks, ipmi_checks, register_checks};
+static const struct check *const tables[] = {i2c_checks, ipmi_checks, register_checks, fpga_checks,
+                                             tree_checks};
+static const struct check *const broker_tables[] = {broker_checks, broker_fpga_checks};
 
 static bool run_checks(const struct check *checks)
 {
@@ -27,6 +33,16 @@ static bool run_checks(const struct check *checks)
 
         print_test_result(check->name, !good);
         passed = passed && good;
+    }
+    return passed;
+}
+
+static bool run_tables(const struct check *const *all, size_t count)
+{
+    bool passed = true;
+
+    for (size_t i = 0; i < count; i++) {
+        passed = run_checks(all[i]) && passed;
     }
     return passed;
 }
@@ -43,7 +59,6 @@ static bool is_stopped(void)
 
 int main(int argc, char **argv)
 {
-    bool passed = true;
     int arch = 0;
 
     snprintf(pipe_path, sizeof pipe_path, "%s/board_check_%d", argc > 1 ? argv[1] : "/tmp", (int)getpid());
@@ -54,8 +69,12 @@ int main(int argc, char **argv)
     if (is_stopped()) {
         return EXIT_FAILURE;
     }
-    for (size_t i = 0; i < sizeof tables / sizeof *tables; i++) {
-        passed = run_checks(tables[i]) && passed;
+    bool passed = run_tables(tables, sizeof tables / sizeof *tables);
+    if (argc > 2) {
+        const bool started = start_broker_client(argv[2]);
+
+        print_test_result("broker client", !started);
+        passed = started && run_tables(broker_tables, sizeof broker_tables / sizeof *broker_tables) && passed;
     }
     return passed ? EXIT_SUCCESS : EXIT_FAILURE;
 }
