@@ -42,12 +42,14 @@ constexpr boarddiag::pipe_frame read_frame = {
     .traced_level = 3,
     .traced = "ipmitool_get: %s\n",
     .start_failed = "shell command(%s) failed\n",
+    .drops_rest = true,
 };
 
 constexpr boarddiag::pipe_frame raw_frame = {
     .traced_level = 1,
     .traced = read_frame.traced,
     .start_failed = "sys cmd exec failed!\n",
+    .drops_rest = false,
 };
 
 constexpr boarddiag::run_frame write_frame = {
@@ -346,8 +348,10 @@ uint32_t ipmitool_get(const char *bus, uint8_t addr, uint16_t reg, const struct 
                       int32_t count, const char *pipe, uint8_t *data)
 {
     const auto low = static_cast<uint8_t>(reg);
-    const size_t bus_answer = count > 0 ? static_cast<size_t>(count) : 0;
-    register_answer answer = {__func__, low, {data, bus != nullptr ? bus_answer : max_oem_answer}};
+    uint8_t unwanted = 0; // a byte that comes counts, also when none is to be stored
+    std::span<uint8_t> dest = {data,
+                               bus == nullptr ? max_oem_answer : static_cast<size_t>(std::max(count, 0))};
+    register_answer answer = {__func__, low, dest.empty() ? std::span(&unwanted, 1) : dest};
     const boarddiag::pipe_call call = {&read_frame, __func__, static_cast<int64_t>(answer.dest.size()),
                                        take_register, &answer};
     command_line command;

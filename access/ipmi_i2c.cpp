@@ -45,6 +45,7 @@ constexpr boarddiag::pipe_frame read_frame = {
     .traced_level = 1,
     .traced = "ipmii2c_get: %s\n",
     .start_failed = "sys cmd exec failed!\n",
+    .drops_rest = false,
 };
 
 constexpr boarddiag::run_frame write_frame = {

@@ -154,7 +154,7 @@ bool boarddiag::take_block(placed_pairs *pairs, std::string_view text)
 void boarddiag::end_pairs(placed_pairs *pairs)
 {
     if (pairs->column % place == second_digit) {
-        store(pairs, pair_value(pairs->first, '\0'));
+        store_in_line(pairs, '\0');
     }
     std::ranges::fill(pairs->dest.subspan(pairs->stored), uint8_t{0});
     pairs->stored = pairs->dest.size();

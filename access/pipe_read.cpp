@@ -2,9 +2,12 @@
 #include "access/pipe_read.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
+#include <poll.h>
 #include <pthread.h>
 
+#include "core/fifo_run.h"
 #include "core/report.h"
 
 namespace {
@@ -15,6 +18,8 @@ using boarddiag::pipe_text;
 
 // Text that is read beyond the wanted bytes, so that a tool with a little more to say ends by itself.
 constexpr int64_t surplus = 1024 * 1024;
+// How long a tool may go on printing behind its answer.
+constexpr int64_t rest_limit_ms = 1000;
 // Characters that a wanted byte takes with its separators, generously.
 constexpr int64_t characters_per_byte = 4;
 
@@ -52,9 +57,25 @@ std::string_view next_piece(pipe_text *text, std::span<char> buffer, bool stops_
     return {buffer.data(), length};
 }
 
+// Whether the output has more to read, or its end, before the deadline.
+bool is_readable(const pipe_text *text, int64_t deadline_ms)
+{
+    struct pollfd output = {text->output.fd, POLLIN, 0};
+    int ready = 0;
+
+    do {
+        const int64_t left = std::max<int64_t>(deadline_ms - boarddiag::now_ms(), 0);
+        ready = poll(&output, 1, static_cast<int>(left));
+    } while (ready < 0 && errno == EINTR);
+    return ready > 0;
+}
+
 void drop_rest(pipe_text *text)
 {
-    while (fill(text)) {
+    const int64_t deadline_ms = boarddiag::now_ms() + rest_limit_ms;
+
+    text->next = text->end;
+    while (is_readable(text, deadline_ms) && fill(text)) {
         text->next = text->end;
     }
 }
@@ -69,7 +90,9 @@ uint32_t run(const pipe_call *call, const command_line *command)
         return boarddiag::status_minus_one;
     }
     const uint32_t status = call->consume(&text, call->context);
-    drop_rest(&text);
+    if (call->frame->drops_rest) {
+        drop_rest(&text);
+    }
     close_output(&text.output);
     return status;
 }

@@ -17,6 +17,7 @@ struct pipe_frame {
     int traced_level;
     const char *traced;       // shows the command before it starts
     const char *start_failed; // error; may show the command
+    bool drops_rest;          // what follows the answer is read too, so that the tool ends by itself
 };
 
 /// The output of a running tool. It is never read without end: when the text that was read has grown far
@@ -40,8 +41,8 @@ struct pipe_call {
     void *context;
 };
 
-/// Traces and starts the command, has its output consumed, and closes it: what follows the answer is dropped,
-/// and a tool that does not stop printing loses its reader. -1 after a report when it could not be started.
+/// Traces and starts the command, has its output consumed, and closes it: a tool that goes on printing loses its
+/// reader, at once or, when its frame drops the rest, after a second or far too much text. -1 after a report when it could not be started.
 /// The thread is not cancelled meanwhile.
 uint32_t pipe_read(const pipe_call *call, const command_line *command);
 

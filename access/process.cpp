@@ -3,6 +3,7 @@
 #include <csignal>
 #include <cstdio>
 #include <ctime>
+#include <pthread.h>
 #include <stdio_ext.h>
 #include <unistd.h>
 
@@ -11,6 +12,7 @@
 
 #include "core/command.h"
 #include "core/report.h"
+#include "core/run.h"
 
 namespace {
 
@@ -35,8 +37,10 @@ void limit_report()
 // The child: what its parent had printed but not yet flushed is the parent's to show.
 [[noreturn]] void become(const char *function, char *const *argv)
 {
+    boarddiag::restore_signals_of_runs();
     execve(argv[0], argv, environ);
     const int reason = errno;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr); // it would run the program's own exit handlers
     limit_report();
     __fpurge(stdout);
     REPORT_ERROR(function, "Error while execve. Error code %d\n", reason);

@@ -43,23 +43,15 @@ int open_fifo(const char *pipe)
     return fd;
 }
 
-int64_t now_ms()
-{
-    struct timespec now;
-
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
-}
-
 // 1 when bytes are there, 0 when none came in time, -1 on failure.
 int wait_for_bytes(int fd)
 {
-    const int64_t deadline = now_ms() + answer_limit_ms;
+    const int64_t deadline = boarddiag::now_ms() + answer_limit_ms;
     struct pollfd wanted = {fd, POLLIN, 0};
     int ready = 0;
 
     do {
-        const int64_t left = deadline - now_ms();
+        const int64_t left = deadline - boarddiag::now_ms();
         ready = poll(&wanted, 1, left > 0 ? static_cast<int>(left) : 0);
     } while (ready < 0 && errno == EINTR);
     return ready;
@@ -110,6 +102,14 @@ uint32_t run(const fifo_call *call, const boarddiag::command_line *command)
 }
 
 } // namespace
+
+int64_t boarddiag::now_ms()
+{
+    struct timespec now;
+
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
 
 uint32_t boarddiag::fifo_run_begin(fifo_call *call)
 {

@@ -12,6 +12,9 @@
 
 namespace boarddiag {
 
+/// Milliseconds of a clock that only moves forward, for deadlines.
+int64_t now_ms();
+
 /// What one tool's read differs in from the next.
 struct fifo_frame {
     const char *create_failed;  // error; may show the path

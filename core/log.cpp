@@ -31,8 +31,12 @@ bool is_printed(int level)
     return level == error_level || level <= user_verb_level.load(std::memory_order_relaxed);
 }
 
+// Whether ticks of a periodic timer interrupt the threads of this process.
+std::atomic<bool> ticks{false};
+
 // What the calling thread gets back when its messages are out.
 struct output_guard {
+    bool masks;
     sigset_t mask;
     int cancel_state;
 };
@@ -45,28 +49,34 @@ void begin_output(output_guard *guard)
     sigset_t tick;
 
     pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &guard->cancel_state);
-    sigemptyset(&tick);
-    sigaddset(&tick, SIGALRM);
-    pthread_sigmask(SIG_BLOCK, &tick, &guard->mask);
+    guard->masks = ticks.load(std::memory_order_relaxed);
+    if (guard->masks) {
+        sigemptyset(&tick);
+        sigaddset(&tick, SIGALRM);
+        pthread_sigmask(SIG_BLOCK, &tick, &guard->mask);
+    }
     flockfile(stdout);
 }
 
 void end_output(const output_guard *guard)
 {
     funlockfile(stdout);
-    pthread_sigmask(SIG_SETMASK, &guard->mask, nullptr);
+    if (guard->masks) {
+        pthread_sigmask(SIG_SETMASK, &guard->mask, nullptr);
+    }
     pthread_setcancelstate(guard->cancel_state, nullptr);
 }
 
 void emit_text(int level, const char *text)
 {
-    const char *format = level == error_level ? "ERROR: %s" : "%s";
+    const bool is_error = level == error_level;
 
     if (is_printed(level)) {
-        printf(format, text);
+        fputs(is_error ? "ERROR: " : "", stdout);
+        fputs(text, stdout);
     }
     if (boarddiag::is_message_logged(level)) {
-        syslog(level == error_level ? LOG_ERR : LOG_INFO, format, text);
+        syslog(is_error ? LOG_ERR : LOG_INFO, is_error ? "ERROR: %s" : "%s", text);
     }
 }
 
@@ -81,6 +91,11 @@ void emit(int level, const char *format, va_list args)
 }
 
 } // namespace
+
+void boarddiag::expect_ticks()
+{
+    ticks.store(true, std::memory_order_relaxed);
+}
 
 bool boarddiag::is_message_taken(int level)
 {

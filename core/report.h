@@ -24,6 +24,9 @@ inline constexpr uint32_t status_minus_one = UINT32_MAX;
 /// Use the macros above.
 void report(int level, const char *function, int line, const char *format, ...) BOARDDIAG_PRINTF(4, 5);
 
+/// From now on SIGALRM interrupts threads of this process: messages keep it off while they are printed.
+void expect_ticks();
+
 /// Whether a message of this level reaches a sink at all.
 bool is_message_taken(int level);
 

@@ -202,6 +202,14 @@ int boarddiag::run_command(const char *command)
     return status;
 }
 
+void boarddiag::restore_signals_of_runs()
+{
+    if (runs > 0) {
+        sigaction(SIGINT, &found_int, nullptr);
+        sigaction(SIGQUIT, &found_quit, nullptr);
+    }
+}
+
 bool boarddiag::start_output(const char *command, command_output *output)
 {
     int ends[2];

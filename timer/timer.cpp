@@ -98,6 +98,7 @@ uint32_t make_periodic_timer(const char *function, timer_t *timer, int32_t timeo
     sigset_t previous;
 
     *timer = nullptr;
+    boarddiag::expect_ticks();
     if (!install_handler()) {
         REPORT_ERROR(function, "Failed to allocate handler for timer\n");
         return DIAG_ERR_INVALID_ARG;

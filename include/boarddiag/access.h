@@ -15,15 +15,17 @@
  * level 2.
  *
  * Statuses of a tool: "the raw wait status" is what system() returns, so that exit code 1 is 256; a tool that
- * dies by signal n counts as exit code 128 + n, one that does not exist as exit code 127, and -1 says that no
- * process could be had, or that the program ignores SIGCHLD and so cannot learn how the tool ended.
+ * dies by signal n counts as exit code 128 + n (behind a shell, which a command that is more than plain words
+ * needs, as that shell tells it), one that does not exist as exit code 127, and -1 says that no process could
+ * be had, or that the program ignores SIGCHLD and so cannot learn how the tool ended.
  *
  * Plain runs and reads of printed text make no FIFO. A read of text takes what the tool prints on its
  * standard output and does not look at its exit status; of output without end, only about 1 MiB beyond the
  * wanted bytes is read before the tool loses its reader.
  *
  * Threads: the calls take no lock and keep no state. They may run at once when their FIFO paths differ; calls
- * that must not mix on the device are serialised by the caller.
+ * that must not mix on the device are serialised by the caller. A thread is not cancelled while its tool
+ * runs.
  */
 #ifndef BOARDDIAG_ACCESS_H
 #define BOARDDIAG_ACCESS_H
@@ -236,15 +238,16 @@ uint32_t ipmitool_set(const char *bus, uint8_t addr, uint16_t reg, const struct 
  * Sends a raw IPMI request and takes a response of known length.
  *
  * In a dry run the tool runs all the same; the command is reported as an error and the call succeeds, unless
- * the output begins with text.
+ * the output begins with text (-1) or a line end (0, without that report), or the tool could not be started
+ * (-1).
  *
  * @param netfn     network function.
  * @param cmd       command.
  * @param req_len   number of request bytes.
  * @param req_data  the request bytes; borrowed.
  * @param resp_len  number of response bytes to take.
- * @param resp_data receives exactly `resp_len` bytes, those that did not come as 0; untouched when the output
- * has no bytes at all.
+ * @param resp_data receives exactly `resp_len` bytes, those that did not come as 0; untouched unless the
+ * output begins with a blank.
  * @return 0, also when the output is an empty line; -1 when nothing came though `resp_len` is not 0, for a
  * `resp_len` below 0 with a response, when the output begins with anything but a blank or a line end (without
  * a message), or when the tool could not be started.
@@ -262,7 +265,7 @@ uint32_t ipmitool2_get(uint8_t netfn, uint8_t cmd, uint8_t req_len, const uint8_
  * @param req_len   number of request bytes.
  * @param req_data  the request bytes; borrowed.
  * @param resp_len  number of response bytes to take.
- * @param resp_data receives exactly `resp_len` bytes.
+ * @param resp_data as in ipmitool2_get().
  * @return as ipmitool2_get(): 0 or -1.
  *
  * Thread-safe.
@@ -483,7 +486,8 @@ uint32_t pcitool_set(uint32_t bus, uint32_t device, uint32_t func, uint32_t offs
  *
  * @param addr  physical address.
  * @param count number of items.
- * @param width width of an item in bits. A `count` x `width` of 0 or less, or above INT32_MAX, reads nothing.
+ * @param width width of an item in bits. A `count` x `width` below 8, or one that does not fit 32 bits, reads
+ *              nothing.
  * @param pipe  path of the FIFO to use; borrowed.
  * @param be    non-zero: the tool gives each item most significant byte first (--be).
  * @param data  receives up to `count` x `width` / 8 bytes (at least 1); untouched when the call fails.
@@ -516,7 +520,8 @@ uint32_t memtool_set(uint32_t addr, int32_t width, const void *data, int32_t cou
  * Starts a program with the argument "--get" and returns at once.
  *
  * The child runs without a shell, with the process's environment; reaping it is the caller's business. A
- * child that cannot become the program reports that and ends with exit code 127.
+ * child that cannot become the program reports that and ends with exit code 127, or is killed when its report
+ * takes longer than 5 s because another thread held a lock when the process forked.
  *
  * @param path  the program's path; borrowed.
  * @param pipe  a FIFO path, passed as "--pipe=" and the path, or null for no such argument; borrowed.
