@@ -72,7 +72,6 @@ uint32_t queue_record(const busbroker_req_resp *req, tool_info *tool, busbroker_
     request->bounded = 1;
     request->resp_room = response_room(req);
     if (boarddiag::queue_request(tool, *request, true) != 0) {
-        free(request->frame);
         REPORT_ERROR(request_function, "Can't queue the request \n");
         return DIAG_ERR_NO_MEMORY;
     }

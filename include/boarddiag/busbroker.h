@@ -541,12 +541,13 @@ uint32_t request_busbroker(struct busbroker_req_resp *req, struct tool_info *too
  * Appends a frame to the transmit queue, due at once, and wakes the transmit thread.
  *
  * @param tool       the client.
- * @param frame      the frame, on the heap; the queue owns it from a successful call on.
+ * @param frame      the frame, on the heap; the call takes it over whatever it returns, and a failed one
+ * releases it.
  * @param length     characters of the frame.
  * @param interval   retransmission interval in milliseconds; 0 counts as one tick.
  * @param flags      BB_REQ_ flags.
  * @param transac_id the request's transaction id, unique among those pending on this client.
- * @return 0; #DIAG_ERR_NO_MEMORY, and #DIAG_ERR_INVALID_ARG for a null client: the frame stays the caller's.
+ * @return 0; #DIAG_ERR_NO_MEMORY; #DIAG_ERR_INVALID_ARG for a null client.
  *
  * Thread-safe; takes tx_mutex.
  */
