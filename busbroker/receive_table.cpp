@@ -99,6 +99,7 @@ uint32_t match_end_mark(tool_info &tool)
         }
         if (tool.rx_buf[tool.rx_index] != static_cast<uint8_t>(tool.mark[tool.field_count])) {
             tool.field_fill = 0;
+            tool.field_count = 0;
             return step_failed;
         }
     }
