@@ -295,10 +295,12 @@ struct tool_info {
 /**
  * Derives a request's texts, lengths and checksum from its parameters.
  *
- * The data and support texts that the record holds are released and replaced. After a failure the record
- * holds what was built before it, with lengths that fit, and nothing of an earlier request.
+ * Of the wire fields, all but tool_id, inst_id and transac_id are written anew; the data and support texts
+ * that the record holds are released first. After a failure the record holds what was built before it, with
+ * lengths that fit, and nothing of an earlier request: the other wire fields are zero.
  *
- * @param req         the record, with its request parameters set; its flags and retry_ms are not read.
+ * @param req         the record, with its request parameters set; its flags and retry_ms are not read. `data`
+ *                    and `support_data` must be null or on the heap before the call.
  * @param dev_id      device identifier, at most 255 characters; kept by pointer.
  * @param dev_name    device name, at most 255 characters; kept by pointer.
  * @param req_prio    priority, 0 to 2.
@@ -306,6 +308,8 @@ struct tool_info {
  * @param transac_ind transaction indication, 0 to 5; its low 8 bits are kept.
  * @return 0; #DIAG_ERR_INVALID_ARG when a pointer is null, write_data is null for a write, support_bytes is
  * null with a support_count, or a text, the data or the support bytes are too long; #DIAG_ERR_NO_MEMORY.
+ *
+ * Thread-safe on different records.
  */
 uint32_t update_request(struct busbroker_req_resp *req, const char *dev_id, const char *dev_name,
                         uint32_t req_prio, uint32_t req_type, uint32_t transac_ind);
