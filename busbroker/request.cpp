@@ -17,7 +17,7 @@ constexpr uint8_t default_code = 28;
 constexpr uint8_t failure_bits = 0xfc;
 constexpr uint8_t max_vain_sends = 2;
 constexpr uint32_t max_identifier_len = 39; // callers hold identifiers in 40 bytes, terminator included
-constexpr timespec longest_sleep{0, 500'000'000};
+constexpr uint32_t longest_sleep_ms = 500;
 constexpr const char request_function[] = "request_busbroker";
 
 void release_texts(busbroker_req_resp *req)
@@ -244,6 +244,6 @@ uint32_t check_resp_buf(struct tool_info *tool, uint32_t transac_id, uint8_t *re
         if (result != outcome::pending) {
             return result == outcome::success ? 0 : DIAG_ERR_INVALID_ARG;
         }
-        boarddiag::sleep_on(wake, seen, &longest_sleep);
+        boarddiag::sleep_on(wake, seen, longest_sleep_ms);
     }
 }

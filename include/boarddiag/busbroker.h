@@ -3,6 +3,9 @@
  * @file
  * The bus broker client: the request and response record with its ASCII frame, the receive state machine, the
  * transport threads, the queues and the request call.
+ *
+ * The library is built for the target's own time_t, which struct tool_info holds. On a 32-bit target whose
+ * time_t has 32 bits, a file that includes this header must not be compiled with _TIME_BITS=64.
  */
 #ifndef BOARDDIAG_BUSBROKER_H
 #define BOARDDIAG_BUSBROKER_H
@@ -14,6 +17,12 @@
 #include <sys/time.h>
 
 #include <boarddiag/decls.h>
+
+#if defined(__TIMESIZE) && defined(_TIME_BITS)
+#if __TIMESIZE == 32 && _TIME_BITS == 64
+#error "struct tool_info holds times of the target's own width: compile without _TIME_BITS=64"
+#endif
+#endif
 
 BOARDDIAG_BEGIN_DECLS
 
