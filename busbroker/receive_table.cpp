@@ -113,7 +113,6 @@ uint32_t deliver(tool_info &tool, void *argument, busbroker_req_resp *record)
 
     if (valid && tool.rx_complete != nullptr) {
         tool.rx_complete(&tool, argument, record);
-        boarddiag::refresh_clock(tool);
     }
     free_req_memory(record);
     return valid ? step_done : step_failed;
@@ -221,7 +220,7 @@ uint32_t busbroker_rx_state_machine(struct tool_info *tool, void *argument)
     while (status == 0 && tool->rx_index < tool->rx_len) {
         status = state_traversal(tool->rx_stateinfo, &tool->rx_state, 0, tool, argument);
     }
-    boarddiag::end_datagram();
+    boarddiag::end_datagram(tool);
     if (status != 0) {
         diag_print(0, "Error with the state machine info or the input event is invalid \n");
     }

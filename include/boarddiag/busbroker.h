@@ -209,14 +209,25 @@ uint32_t busbroker_req_resp_footer_validtn_state(void *context, void *argument);
 /** Sends the machine back to the start mark and releases what it holds. Always returns 0. */
 uint32_t reset_sm(void *context, void *argument);
 /**
- * Writes the time of day into last_step_time. Always returns 1. While busbroker_rx_state_machine() takes a
- * datagram its steps share one reading of the clock, renewed after each call of rx_complete.
+ * Ends a step: writes the time of day into last_step_time. While busbroker_rx_state_machine() takes a
+ * datagram this is the time at which the datagram began, and at its end the time then.
+ *
+ * @param context  the struct tool_info; null is ignored.
+ * @param argument not used.
+ * @return always 1.
+ *
+ * No lock; for the receiving thread.
  */
 uint32_t update_time(void *context, void *argument);
 /**
- * Writes the time of day into now_time and resets the machine when the last step is more than 3 seconds ago.
+ * Begins a step: writes the time of day into now_time (the steps of a datagram share the time at which it
+ * began) and resets the machine when last_step_time is more than 3 seconds before it (told at level 3).
  *
+ * @param context  the struct tool_info; null is ignored.
+ * @param argument handed to reset_sm().
  * @return 1 when it reset the machine, else 0.
+ *
+ * No lock; for the receiving thread.
  */
 uint8_t check_rxtime_diff(void *context, void *argument);
 
