@@ -202,11 +202,26 @@ uint32_t busbroker_req_resp_support_data_copy(void *context, void *argument);
 /** State 15: takes crc. */
 uint32_t busbroker_req_resp_crc_proc_state(void *context, void *argument);
 /**
- * State 16: compares the end mark "RPE" (2 at the first difference), validates the record (2 when it is
- * refused), hands it with the argument to rx_complete and releases it.
+ * State 16: compares the end mark "RPE", validates the record, hands it to rx_complete and releases it.
+ *
+ * @param context  the struct tool_info; its rx_complete may be null, a valid record is then only released.
+ * @param argument handed to rx_complete.
+ * @return 0 when the datagram ends before the mark does, 1 when the record was valid, 2 without a tool_info
+ * or a record, at the first difference from the mark, and for a record that validate_busbroker_req_resp()
+ * refuses.
+ *
+ * No lock; for the receiving thread.
  */
 uint32_t busbroker_req_resp_footer_validtn_state(void *context, void *argument);
-/** Sends the machine back to the start mark and releases what it holds. Always returns 0. */
+/**
+ * Sends the machine back to the start mark and releases the frame that it is reading.
+ *
+ * @param context  the struct tool_info; null is ignored.
+ * @param argument not used.
+ * @return always 0.
+ *
+ * No lock; for the receiving thread.
+ */
 uint32_t reset_sm(void *context, void *argument);
 /**
  * Ends a step: writes the time of day into last_step_time. While busbroker_rx_state_machine() takes a
@@ -295,16 +310,17 @@ struct tool_info {
     uint32_t field_fill;                   /**< characters stored in field_buf */
     uint32_t rx_index;                     /**< next byte of rx_buf to read */
     uint32_t field_len;                    /**< characters that the current field takes, 3 for a mark */
-    uint32_t field_count;                  /**< bytes consumed of the current field */
-    struct timeval last_step_time;         /**< end of the last step of the receive machine */
-    struct timeval now_time;               /**< start of its current step */
-    uint32_t rx_state;                     /**< its current state */
-    struct busbroker_req_resp *rx_record;  /**< the record being built, or null */
-    char mark[3];                          /**< the mark looked for, "RPS" or "RPE" */
-    struct busbroker_tx_node *tx_queue;    /**< requests, oldest first; guarded by tx_mutex */
-    struct busbroker_rx_node *rx_queue;    /**< filed responses; guarded by rx_mutex */
-    pthread_mutex_t tx_mutex;              /**< guards tx_queue and its nodes; held during a transmit pass */
-    pthread_mutex_t rx_mutex;              /**< guards rx_queue and its nodes */
+    uint32_t field_count;          /**< bytes consumed of the current field; of a mark, characters matched */
+    struct timeval last_step_time; /**< when the last step of the receive machine ended (update_time()) */
+    struct timeval
+        now_time;      /**< when its current step, or the datagram of that, began (check_rxtime_diff()) */
+    uint32_t rx_state; /**< its current state */
+    struct busbroker_req_resp *rx_record; /**< the record being built, or null */
+    char mark[3];                         /**< the mark looked for, "RPS" or "RPE" */
+    struct busbroker_tx_node *tx_queue;   /**< requests, oldest first; guarded by tx_mutex */
+    struct busbroker_rx_node *rx_queue;   /**< filed responses; guarded by rx_mutex */
+    pthread_mutex_t tx_mutex;             /**< guards tx_queue and its nodes; held during a transmit pass */
+    pthread_mutex_t rx_mutex;             /**< guards rx_queue and its nodes */
     uint8_t timeout_flag; /**< 1: a tick came; atomic, set by timeout_update(), cleared by a transmit pass */
     /* private fields of the library follow; all are atomic and valid when zero */
     uint32_t tx_wake;       /* raised when the transmit thread has work; it sleeps on this word */
@@ -334,18 +350,27 @@ struct tool_info {
 uint32_t update_request(struct busbroker_req_resp *req, const char *dev_id, const char *dev_name,
                         uint32_t req_prio, uint32_t req_type, uint32_t transac_ind);
 
-/** The length in characters of the record's frame, without a terminator; 0 when `req` is null (told at level
- * 0). */
+/**
+ * The length of the frame that frame_ascii_request() makes of a record.
+ *
+ * @param req the record; borrowed, only its length fields are read.
+ * @return characters, without a terminator; 0 when `req` is null (told at level 0).
+ *
+ * Thread-safe on different records.
+ */
 uint32_t calculate_req_len_in_ascii(const struct busbroker_req_resp *req);
 
 /**
- * Writes the frame of a request, from "RQS" to "RQE", and a terminator.
+ * Writes the frame of a request, from "RQS" to "RQE", and a terminator. Each text takes as many characters as
+ * its length field says: one that is shorter, or null, is filled up with zeros.
  *
- * @param req  the record, after update_request().
+ * @param req  the record, after update_request(); borrowed.
  * @param dest receives the frame; what does not fit is cut.
  * @param size characters in `dest`; the frame's length plus 1 holds it whole.
  * @return the length of the whole frame, also when it was cut; 0 when the size is below 1 or a pointer, of
  * the record or its two device texts too, is null (told at level 0).
+ *
+ * Thread-safe on different records.
  */
 uint32_t frame_ascii_request(const struct busbroker_req_resp *req, char *dest, int32_t size);
 
@@ -355,22 +380,27 @@ uint32_t frame_ascii_request(const struct busbroker_req_resp *req, char *dest, i
  *
  * @param req the record; each text holds as many characters as its length says, a null text counts as empty.
  * @return the checksum; 0 when `req` is null (reported).
+ *
+ * Thread-safe on different records.
  */
 uint32_t calculate_crc(const struct busbroker_req_resp *req);
 
 /**
  * Checks a received record: tool id and checksum.
  *
+ * @param req the record; borrowed.
  * @return 0; #DIAG_ERR_INVALID_ARG when `req` is null (reported), its tool_id is above 22 (told at level 0)
  * or its crc is not that of its fields.
+ *
+ * Thread-safe on different records.
  */
 uint32_t validate_busbroker_req_resp(const struct busbroker_req_resp *req);
 
 /**
  * Reads the datagram in rx_buf: does steps of rx_stateinfo's machine until rx_index reaches rx_len, then sets
- * rx_index to 0. A frame may end in a later datagram; rx_complete gets every valid record.
+ * rx_index to 0. A frame may end in a later datagram; rx_complete, if there is one, gets every valid record.
  *
- * @param tool     the client; only its receiving thread may call this.
+ * @param tool     the client, with at most 4096 as its rx_len; only its receiving thread may call this.
  * @param argument handed to every function of the table, and so to rx_complete.
  * @return 0; #DIAG_ERR_INVALID_ARG when `tool` (reported) or its rx_stateinfo is null, or a step was refused
  *         (told at level 0): rx_state is 65535 then, until reset_sm().
@@ -381,15 +411,33 @@ uint32_t busbroker_rx_state_machine(struct tool_info *tool, void *argument);
  * Collects the current field: appends bytes of rx_buf to field_buf, all but newlines and zeros, which only
  * count, until the field's length is reached.
  *
- * @return 1 when the field is complete and its text ended, 0 when more bytes are needed.
+ * @param tool the client; its field_buf takes field_len + 1 characters.
+ * @return 1 when the field is complete and its text ended; 0 when more bytes are needed, at the datagram's
+ * end whatever the field needs, and for a null client or one without a field_buf.
+ *
+ * No lock; for the receiving thread.
  */
 uint32_t busbroker_rx_complt_curnt_state_data(struct tool_info *tool);
 
-/** Releases a received record and its four texts; null is ignored. Not for records whose device texts are
- * borrowed. */
+/**
+ * Releases a received record and its four texts.
+ *
+ * @param req the record, on the heap like each text that it holds; null is ignored. Not for a request, whose
+ *            device texts are borrowed.
+ *
+ * Thread-safe on different records.
+ */
 void free_req_memory(struct busbroker_req_resp *req);
 
-/** The seconds from `earlier` to `later`; 0.0 when one of them is null (reported). Thread-safe. */
+/**
+ * The time between two moments.
+ *
+ * @param later   the end of the time; borrowed.
+ * @param earlier its start; borrowed.
+ * @return seconds, negative when `later` is the earlier one; 0.0 when one of them is null (reported).
+ *
+ * Thread-safe.
+ */
 double get_time_diff(const struct timeval *later, const struct timeval *earlier);
 
 /**
