@@ -10,17 +10,18 @@
 
 namespace {
 
-// A 32-bit system has two calls, and which one fits depends on the C library's time_t.
-#ifdef SYS_futex_time64
-constexpr long futex_number = sizeof(time_t) > sizeof(long) ? SYS_futex_time64 : SYS_futex;
-#else
-constexpr long futex_number = SYS_futex;
-#endif
+// The time that this call takes is a pair of longs on every kernel, whatever the C library's time_t is; its
+// successor for times of 64 bits is missing from 32-bit kernels older than 5.1, and is not needed to sleep
+// for less than a minute.
+struct futex_time {
+    long seconds;
+    long nanoseconds;
+};
 
-void futex(uint32_t *word, int operation, uint32_t value, const timespec *limit)
+void futex(uint32_t *word, int operation, uint32_t value, const futex_time *limit)
 {
     const int kept = errno;
-    syscall(futex_number, word, operation | FUTEX_PRIVATE_FLAG, value, limit, nullptr, 0);
+    syscall(SYS_futex, word, operation | FUTEX_PRIVATE_FLAG, value, limit, nullptr, 0);
     errno = kept;
 }
 
@@ -37,7 +38,15 @@ void boarddiag::wake_sleepers(uint32_t &word)
     futex(&word, FUTEX_WAKE, INT_MAX, nullptr);
 }
 
-void boarddiag::sleep_on(uint32_t &word, uint32_t seen, const timespec *limit)
+void boarddiag::sleep_on(uint32_t &word, uint32_t seen)
 {
-    futex(&word, FUTEX_WAIT, seen, limit);
+    futex(&word, FUTEX_WAIT, seen, nullptr);
+}
+
+void boarddiag::sleep_on(uint32_t &word, uint32_t seen, uint32_t limit_ms)
+{
+    const futex_time limit = {static_cast<long>(limit_ms / 1000),
+                              static_cast<long>(limit_ms % 1000) * 1'000'000};
+
+    futex(&word, FUTEX_WAIT, seen, &limit);
 }

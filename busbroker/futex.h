@@ -5,7 +5,6 @@
 #define BOARDDIAG_BUSBROKER_FUTEX_H
 
 #include <cstdint>
-#include <ctime>
 
 namespace boarddiag {
 
@@ -15,8 +14,11 @@ uint32_t wake_count(uint32_t &word);
 /// Raises the word and wakes whoever sleeps on it. Safe in a signal handler; keeps errno.
 void wake_sleepers(uint32_t &word);
 
-/// Sleeps while the word is `seen`, at most for `limit` (null: for ever). May return early.
-void sleep_on(uint32_t &word, uint32_t seen, const timespec *limit);
+/// Sleeps while the word is `seen`. May return early.
+void sleep_on(uint32_t &word, uint32_t seen);
+
+/// The same, at most for `limit_ms` milliseconds.
+void sleep_on(uint32_t &word, uint32_t seen, uint32_t limit_ms);
 
 } // namespace boarddiag
 

@@ -90,6 +90,7 @@ uint32_t boarddiag::queue_request(tool_info *tool, const busbroker_tx_node &requ
     auto *node = static_cast<busbroker_tx_node *>(malloc(sizeof request));
 
     if (node == nullptr) {
+        free(request.frame);
         REPORT_ERROR("queue_tx_buf", "Couldn't allocate tx queue memory\n");
         return DIAG_ERR_NO_MEMORY;
     }
@@ -114,6 +115,7 @@ uint32_t queue_tx_buf(struct tool_info *tool, char *frame, uint32_t length, uint
     busbroker_tx_node request{};
 
     if (!boarddiag::has_tool(__func__, tool)) {
+        free(frame);
         return DIAG_ERR_INVALID_ARG;
     }
     request.frame = frame;

@@ -12,9 +12,9 @@ namespace boarddiag {
 /// Whether there is a `tool_info`; a null one is reported under `function`.
 bool has_tool(const char *function, const tool_info *tool);
 
-/// Appends a copy of `request`, whose frame passes to the queue unless memory runs out (#DIAG_ERR_NO_MEMORY).
-/// With `send_now` the calling thread sends what is due, provided the transmit thread has been started;
-/// otherwise the transmit thread is woken.
+/// Appends a copy of `request`, whose frame passes to the queue even when memory runs out, which releases it
+/// (#DIAG_ERR_NO_MEMORY). With `send_now` the calling thread sends what is due, provided the transmit thread
+/// has been started; otherwise the transmit thread is woken.
 uint32_t queue_request(tool_info *tool, const busbroker_tx_node &request, bool send_now);
 
 // ---- transmit.cpp ----

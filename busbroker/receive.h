@@ -22,14 +22,12 @@ void release_frame(tool_info &tool);
 
 /* ---- receive_clock.cpp ---- */
 
-/// Until end_datagram() the steps of `tool` on this thread share one reading of the clock, this one: a
-/// datagram takes microseconds, and the limit between two steps is seconds.
+/// Until end_datagram() the steps of `tool` on this thread share one reading of the clock, this one: between
+/// two steps in a datagram there is no gap, however long a step takes.
 void begin_datagram(tool_info *tool);
 
-/// Reads the clock again, after something that may have taken its time.
-void refresh_clock(tool_info &tool);
-
-void end_datagram();
+/// Notes when the last step ended, so that the gap up to the next datagram counts from there.
+void end_datagram(tool_info *tool);
 
 } // namespace boarddiag
 

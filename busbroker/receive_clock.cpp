@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: MIT */
 // The time between two receive steps.
-#include <ctime>
+#include <sys/time.h>
 
 #include "busbroker/receive.h"
 #include "core/report.h"
@@ -9,25 +9,16 @@ namespace {
 
 constexpr int receive_timeout_s = 3;
 
-/// The tool whose datagram this thread is reading, with the time in its now_time.
-thread_local const tool_info *timed_tool;
+/// The datagram that this thread is reading: whose, and whether a step was done. The time is in now_time.
+struct timed_datagram {
+    const tool_info *tool;
+    bool stepped;
+};
+thread_local timed_datagram current;
 
-timeval time_of_day(clockid_t clock)
+void read_clock(timeval *time)
 {
-    timespec now = {};
-    timeval result;
-
-    clock_gettime(clock, &now);
-    result.tv_sec = now.tv_sec;
-    result.tv_usec = static_cast<suseconds_t>(now.tv_nsec / 1000);
-    return result;
-}
-
-void update_now(tool_info &tool)
-{
-    if (timed_tool != &tool) {
-        tool.now_time = time_of_day(CLOCK_REALTIME);
-    }
+    gettimeofday(time, nullptr);
 }
 
 double seconds_between(const timeval &later, const timeval &earlier)
@@ -38,20 +29,18 @@ double seconds_between(const timeval &later, const timeval &earlier)
 
 } // namespace
 
-void boarddiag::refresh_clock(tool_info &tool)
-{
-    tool.now_time = time_of_day(CLOCK_REALTIME_COARSE);
-}
-
 void boarddiag::begin_datagram(tool_info *tool)
 {
-    refresh_clock(*tool);
-    timed_tool = tool;
+    read_clock(&tool->now_time);
+    current = {tool, false};
 }
 
-void boarddiag::end_datagram()
+void boarddiag::end_datagram(tool_info *tool)
 {
-    timed_tool = nullptr;
+    if (current.tool != tool || current.stepped) {
+        read_clock(&tool->last_step_time);
+    }
+    current = {nullptr, false};
 }
 
 double get_time_diff(const struct timeval *later, const struct timeval *earlier)
@@ -70,7 +59,9 @@ uint8_t check_rxtime_diff(void *context, void *argument)
     if (tool == nullptr) {
         return 0;
     }
-    update_now(*tool);
+    if (current.tool != tool) {
+        read_clock(&tool->now_time);
+    }
     // Fewer whole seconds than the limit need no fractions.
     if (tool->now_time.tv_sec - tool->last_step_time.tv_sec < receive_timeout_s) {
         return 0;
@@ -89,8 +80,14 @@ uint32_t update_time(void *context, void *)
 {
     auto *tool = static_cast<tool_info *>(context);
 
-    if (tool != nullptr) {
-        tool->last_step_time = timed_tool == tool ? tool->now_time : time_of_day(CLOCK_REALTIME);
+    if (tool == nullptr) {
+        return 1;
+    }
+    if (current.tool == tool) {
+        current.stepped = true;
+        tool->last_step_time = tool->now_time;
+    } else {
+        read_clock(&tool->last_step_time);
     }
     return 1;
 }

@@ -99,6 +99,7 @@ uint32_t match_end_mark(tool_info &tool)
         }
         if (tool.rx_buf[tool.rx_index] != static_cast<uint8_t>(tool.mark[tool.field_count])) {
             tool.field_fill = 0;
+            tool.field_count = 0;
             return step_failed;
         }
     }
@@ -112,7 +113,6 @@ uint32_t deliver(tool_info &tool, void *argument, busbroker_req_resp *record)
 
     if (valid && tool.rx_complete != nullptr) {
         tool.rx_complete(&tool, argument, record);
-        boarddiag::refresh_clock(tool);
     }
     free_req_memory(record);
     return valid ? step_done : step_failed;
@@ -220,7 +220,7 @@ uint32_t busbroker_rx_state_machine(struct tool_info *tool, void *argument)
     while (status == 0 && tool->rx_index < tool->rx_len) {
         status = state_traversal(tool->rx_stateinfo, &tool->rx_state, 0, tool, argument);
     }
-    boarddiag::end_datagram();
+    boarddiag::end_datagram(tool);
     if (status != 0) {
         diag_print(0, "Error with the state machine info or the input event is invalid \n");
     }

@@ -17,7 +17,7 @@ constexpr uint8_t default_code = 28;
 constexpr uint8_t failure_bits = 0xfc;
 constexpr uint8_t max_vain_sends = 2;
 constexpr uint32_t max_identifier_len = 39; // callers hold identifiers in 40 bytes, terminator included
-constexpr timespec longest_sleep{0, 500'000'000};
+constexpr uint32_t longest_sleep_ms = 500;
 constexpr const char request_function[] = "request_busbroker";
 
 void release_texts(busbroker_req_resp *req)
@@ -72,7 +72,6 @@ uint32_t queue_record(const busbroker_req_resp *req, tool_info *tool, busbroker_
     request->bounded = 1;
     request->resp_room = response_room(req);
     if (boarddiag::queue_request(tool, *request, true) != 0) {
-        free(request->frame);
         REPORT_ERROR(request_function, "Can't queue the request \n");
         return DIAG_ERR_NO_MEMORY;
     }
@@ -245,6 +244,6 @@ uint32_t check_resp_buf(struct tool_info *tool, uint32_t transac_id, uint8_t *re
         if (result != outcome::pending) {
             return result == outcome::success ? 0 : DIAG_ERR_INVALID_ARG;
         }
-        boarddiag::sleep_on(wake, seen, &longest_sleep);
+        boarddiag::sleep_on(wake, seen, longest_sleep_ms);
     }
 }

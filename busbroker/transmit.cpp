@@ -100,7 +100,7 @@ void *sock_tx_thread(void *arg)
         boarddiag::send_due_requests(tool);
         pthread_mutex_unlock(&tool->tx_mutex);
         while (boarddiag::wake_count(tool->tx_wake) == seen) {
-            boarddiag::sleep_on(tool->tx_wake, seen, nullptr);
+            boarddiag::sleep_on(tool->tx_wake, seen);
         }
     }
 }

@@ -13,7 +13,7 @@ constexpr uint32_t max_data_text = UINT16_MAX;
 constexpr uint32_t byte_text_length = 3;
 constexpr uint32_t max_support_count = UINT8_MAX / byte_text_length;
 
-/// The texts and lengths of an earlier request, so that none of them is taken for this one's when it fails.
+/// Nothing of an earlier request may be taken for this one's when it fails.
 void forget_request(busbroker_req_resp &req)
 {
     free(req.data);
@@ -26,6 +26,10 @@ void forget_request(busbroker_req_resp &req)
     req.dev_id_len = 0;
     req.dev_name = nullptr;
     req.dev_name_len = 0;
+    req.req_prio = 0;
+    req.req_type = 0;
+    req.transac_ind = 0;
+    req.crc = 0;
 }
 
 uint32_t store_names(const char *function, busbroker_req_resp &req, const char *dev_id, const char *dev_name)
@@ -104,11 +108,13 @@ uint32_t build_support(const char *function, busbroker_req_resp &req)
 uint32_t update_request(struct busbroker_req_resp *req, const char *dev_id, const char *dev_name,
                         uint32_t req_prio, uint32_t req_type, uint32_t transac_ind)
 {
+    if (req != nullptr) {
+        forget_request(*req);
+    }
     if (dev_id == nullptr || dev_name == nullptr || req == nullptr) {
         REPORT_ERROR(__func__, "NULL pointers received as inputs\n");
         return DIAG_ERR_INVALID_ARG;
     }
-    forget_request(*req);
     uint32_t status = store_names(__func__, *req, dev_id, dev_name);
     if (status != 0) {
         return status;

@@ -3,6 +3,9 @@
  * @file
  * The bus broker client: the request and response record with its ASCII frame, the receive state machine, the
  * transport threads, the queues and the request call.
+ *
+ * The library is built for the target's own time_t, which struct tool_info holds. On a 32-bit target whose
+ * time_t has 32 bits, a file that includes this header must not be compiled with _TIME_BITS=64.
  */
 #ifndef BOARDDIAG_BUSBROKER_H
 #define BOARDDIAG_BUSBROKER_H
@@ -14,6 +17,12 @@
 #include <sys/time.h>
 
 #include <boarddiag/decls.h>
+
+#if defined(__TIMESIZE) && defined(_TIME_BITS)
+#if __TIMESIZE == 32 && _TIME_BITS == 64
+#error "struct tool_info holds times of the target's own width: compile without _TIME_BITS=64"
+#endif
+#endif
 
 BOARDDIAG_BEGIN_DECLS
 
@@ -193,21 +202,47 @@ uint32_t busbroker_req_resp_support_data_copy(void *context, void *argument);
 /** State 15: takes crc. */
 uint32_t busbroker_req_resp_crc_proc_state(void *context, void *argument);
 /**
- * State 16: compares the end mark "RPE" (2 at the first difference), validates the record (2 when it is
- * refused), hands it with the argument to rx_complete and releases it.
+ * State 16: compares the end mark "RPE", validates the record, hands it to rx_complete and releases it.
+ *
+ * @param context  the struct tool_info; its rx_complete may be null, a valid record is then only released.
+ * @param argument handed to rx_complete.
+ * @return 0 when the datagram ends before the mark does, 1 when the record was valid, 2 without a tool_info
+ * or a record, at the first difference from the mark, and for a record that validate_busbroker_req_resp()
+ * refuses.
+ *
+ * No lock; for the receiving thread.
  */
 uint32_t busbroker_req_resp_footer_validtn_state(void *context, void *argument);
-/** Sends the machine back to the start mark and releases what it holds. Always returns 0. */
+/**
+ * Sends the machine back to the start mark and releases the frame that it is reading.
+ *
+ * @param context  the struct tool_info; null is ignored.
+ * @param argument not used.
+ * @return always 0.
+ *
+ * No lock; for the receiving thread.
+ */
 uint32_t reset_sm(void *context, void *argument);
 /**
- * Writes the time of day into last_step_time. Always returns 1. While busbroker_rx_state_machine() takes a
- * datagram its steps share one reading of the clock, renewed after each call of rx_complete.
+ * Ends a step: writes the time of day into last_step_time. While busbroker_rx_state_machine() takes a
+ * datagram this is the time at which the datagram began, and at its end the time then.
+ *
+ * @param context  the struct tool_info; null is ignored.
+ * @param argument not used.
+ * @return always 1.
+ *
+ * No lock; for the receiving thread.
  */
 uint32_t update_time(void *context, void *argument);
 /**
- * Writes the time of day into now_time and resets the machine when the last step is more than 3 seconds ago.
+ * Begins a step: writes the time of day into now_time (the steps of a datagram share the time at which it
+ * began) and resets the machine when last_step_time is more than 3 seconds before it (told at level 3).
  *
+ * @param context  the struct tool_info; null is ignored.
+ * @param argument handed to reset_sm().
  * @return 1 when it reset the machine, else 0.
+ *
+ * No lock; for the receiving thread.
  */
 uint8_t check_rxtime_diff(void *context, void *argument);
 
@@ -275,16 +310,17 @@ struct tool_info {
     uint32_t field_fill;                   /**< characters stored in field_buf */
     uint32_t rx_index;                     /**< next byte of rx_buf to read */
     uint32_t field_len;                    /**< characters that the current field takes, 3 for a mark */
-    uint32_t field_count;                  /**< bytes consumed of the current field */
-    struct timeval last_step_time;         /**< end of the last step of the receive machine */
-    struct timeval now_time;               /**< start of its current step */
-    uint32_t rx_state;                     /**< its current state */
-    struct busbroker_req_resp *rx_record;  /**< the record being built, or null */
-    char mark[3];                          /**< the mark looked for, "RPS" or "RPE" */
-    struct busbroker_tx_node *tx_queue;    /**< requests, oldest first; guarded by tx_mutex */
-    struct busbroker_rx_node *rx_queue;    /**< filed responses; guarded by rx_mutex */
-    pthread_mutex_t tx_mutex;              /**< guards tx_queue and its nodes; held during a transmit pass */
-    pthread_mutex_t rx_mutex;              /**< guards rx_queue and its nodes */
+    uint32_t field_count;          /**< bytes consumed of the current field; of a mark, characters matched */
+    struct timeval last_step_time; /**< when the last step of the receive machine ended (update_time()) */
+    struct timeval
+        now_time;      /**< when its current step, or the datagram of that, began (check_rxtime_diff()) */
+    uint32_t rx_state; /**< its current state */
+    struct busbroker_req_resp *rx_record; /**< the record being built, or null */
+    char mark[3];                         /**< the mark looked for, "RPS" or "RPE" */
+    struct busbroker_tx_node *tx_queue;   /**< requests, oldest first; guarded by tx_mutex */
+    struct busbroker_rx_node *rx_queue;   /**< filed responses; guarded by rx_mutex */
+    pthread_mutex_t tx_mutex;             /**< guards tx_queue and its nodes; held during a transmit pass */
+    pthread_mutex_t rx_mutex;             /**< guards rx_queue and its nodes */
     uint8_t timeout_flag; /**< 1: a tick came; atomic, set by timeout_update(), cleared by a transmit pass */
     /* private fields of the library follow; all are atomic and valid when zero */
     uint32_t tx_wake;       /* raised when the transmit thread has work; it sleeps on this word */
@@ -295,10 +331,12 @@ struct tool_info {
 /**
  * Derives a request's texts, lengths and checksum from its parameters.
  *
- * The data and support texts that the record holds are released and replaced. After a failure the record
- * holds what was built before it, with lengths that fit, and nothing of an earlier request.
+ * Of the wire fields, all but tool_id, inst_id and transac_id are written anew; the data and support texts
+ * that the record holds are released first. After a failure the record holds what was built before it, with
+ * lengths that fit, and nothing of an earlier request: the other wire fields are zero.
  *
- * @param req         the record, with its request parameters set; its flags and retry_ms are not read.
+ * @param req         the record, with its request parameters set; its flags and retry_ms are not read. `data`
+ *                    and `support_data` must be null or on the heap before the call.
  * @param dev_id      device identifier, at most 255 characters; kept by pointer.
  * @param dev_name    device name, at most 255 characters; kept by pointer.
  * @param req_prio    priority, 0 to 2.
@@ -306,22 +344,33 @@ struct tool_info {
  * @param transac_ind transaction indication, 0 to 5; its low 8 bits are kept.
  * @return 0; #DIAG_ERR_INVALID_ARG when a pointer is null, write_data is null for a write, support_bytes is
  * null with a support_count, or a text, the data or the support bytes are too long; #DIAG_ERR_NO_MEMORY.
+ *
+ * Thread-safe on different records.
  */
 uint32_t update_request(struct busbroker_req_resp *req, const char *dev_id, const char *dev_name,
                         uint32_t req_prio, uint32_t req_type, uint32_t transac_ind);
 
-/** The length in characters of the record's frame, without a terminator; 0 when `req` is null (told at level
- * 0). */
+/**
+ * The length of the frame that frame_ascii_request() makes of a record.
+ *
+ * @param req the record; borrowed, only its length fields are read.
+ * @return characters, without a terminator; 0 when `req` is null (told at level 0).
+ *
+ * Thread-safe on different records.
+ */
 uint32_t calculate_req_len_in_ascii(const struct busbroker_req_resp *req);
 
 /**
- * Writes the frame of a request, from "RQS" to "RQE", and a terminator.
+ * Writes the frame of a request, from "RQS" to "RQE", and a terminator. Each text takes as many characters as
+ * its length field says: one that is shorter, or null, is filled up with zeros.
  *
- * @param req  the record, after update_request().
+ * @param req  the record, after update_request(); borrowed.
  * @param dest receives the frame; what does not fit is cut.
  * @param size characters in `dest`; the frame's length plus 1 holds it whole.
  * @return the length of the whole frame, also when it was cut; 0 when the size is below 1 or a pointer, of
  * the record or its two device texts too, is null (told at level 0).
+ *
+ * Thread-safe on different records.
  */
 uint32_t frame_ascii_request(const struct busbroker_req_resp *req, char *dest, int32_t size);
 
@@ -331,22 +380,27 @@ uint32_t frame_ascii_request(const struct busbroker_req_resp *req, char *dest, i
  *
  * @param req the record; each text holds as many characters as its length says, a null text counts as empty.
  * @return the checksum; 0 when `req` is null (reported).
+ *
+ * Thread-safe on different records.
  */
 uint32_t calculate_crc(const struct busbroker_req_resp *req);
 
 /**
  * Checks a received record: tool id and checksum.
  *
+ * @param req the record; borrowed.
  * @return 0; #DIAG_ERR_INVALID_ARG when `req` is null (reported), its tool_id is above 22 (told at level 0)
  * or its crc is not that of its fields.
+ *
+ * Thread-safe on different records.
  */
 uint32_t validate_busbroker_req_resp(const struct busbroker_req_resp *req);
 
 /**
  * Reads the datagram in rx_buf: does steps of rx_stateinfo's machine until rx_index reaches rx_len, then sets
- * rx_index to 0. A frame may end in a later datagram; rx_complete gets every valid record.
+ * rx_index to 0. A frame may end in a later datagram; rx_complete, if there is one, gets every valid record.
  *
- * @param tool     the client; only its receiving thread may call this.
+ * @param tool     the client, with at most 4096 as its rx_len; only its receiving thread may call this.
  * @param argument handed to every function of the table, and so to rx_complete.
  * @return 0; #DIAG_ERR_INVALID_ARG when `tool` (reported) or its rx_stateinfo is null, or a step was refused
  *         (told at level 0): rx_state is 65535 then, until reset_sm().
@@ -357,15 +411,33 @@ uint32_t busbroker_rx_state_machine(struct tool_info *tool, void *argument);
  * Collects the current field: appends bytes of rx_buf to field_buf, all but newlines and zeros, which only
  * count, until the field's length is reached.
  *
- * @return 1 when the field is complete and its text ended, 0 when more bytes are needed.
+ * @param tool the client; its field_buf takes field_len + 1 characters.
+ * @return 1 when the field is complete and its text ended; 0 when more bytes are needed, at the datagram's
+ * end whatever the field needs, and for a null client or one without a field_buf.
+ *
+ * No lock; for the receiving thread.
  */
 uint32_t busbroker_rx_complt_curnt_state_data(struct tool_info *tool);
 
-/** Releases a received record and its four texts; null is ignored. Not for records whose device texts are
- * borrowed. */
+/**
+ * Releases a received record and its four texts.
+ *
+ * @param req the record, on the heap like each text that it holds; null is ignored. Not for a request, whose
+ *            device texts are borrowed.
+ *
+ * Thread-safe on different records.
+ */
 void free_req_memory(struct busbroker_req_resp *req);
 
-/** The seconds from `earlier` to `later`; 0.0 when one of them is null (reported). Thread-safe. */
+/**
+ * The time between two moments.
+ *
+ * @param later   the end of the time; borrowed.
+ * @param earlier its start; borrowed.
+ * @return seconds, negative when `later` is the earlier one; 0.0 when one of them is null (reported).
+ *
+ * Thread-safe.
+ */
 double get_time_diff(const struct timeval *later, const struct timeval *earlier);
 
 /**
@@ -541,12 +613,13 @@ uint32_t request_busbroker(struct busbroker_req_resp *req, struct tool_info *too
  * Appends a frame to the transmit queue, due at once, and wakes the transmit thread.
  *
  * @param tool       the client.
- * @param frame      the frame, on the heap; the queue owns it from a successful call on.
+ * @param frame      the frame, on the heap; the call takes it over whatever it returns, and a failed one
+ * releases it.
  * @param length     characters of the frame.
  * @param interval   retransmission interval in milliseconds; 0 counts as one tick.
  * @param flags      BB_REQ_ flags.
  * @param transac_id the request's transaction id, unique among those pending on this client.
- * @return 0; #DIAG_ERR_NO_MEMORY, and #DIAG_ERR_INVALID_ARG for a null client: the frame stays the caller's.
+ * @return 0; #DIAG_ERR_NO_MEMORY; #DIAG_ERR_INVALID_ARG for a null client.
  *
  * Thread-safe; takes tx_mutex.
  */

@@ -14,7 +14,8 @@
 
 BOARDDIAG_BEGIN_DECLS
 
-/** A call that runs on a tick: inside a signal handler, so it may do only what is safe there. */
+/** A call that runs on a tick: inside a signal handler, so it may do only what is safe there, and at any
+ * moment, also while it runs already (timeout_calls()). */
 typedef void (*timeout_call_fn)(void *arg);
 
 /** A registered call. Made by register_timeout_calls(), linked for the life of the process. */
@@ -38,12 +39,13 @@ extern struct timeout_call *time_out_calls_list[3];
  * Mode 0 makes a polling timer, unarmed and without notification, for waitfor_timeout(). Mode 1 makes
  * timer_handler() the handler of SIGALRM (without automatic restart: blocking calls of any thread may fail
  * with EINTR) and starts a timer that sends SIGALRM to the process, the first time after one period and then
- * every period; the calling thread blocks no signal at all afterwards, and threads that it creates inherit
- * that. All periodic timers share one tick counter, so a process should make only one. Any other mode makes
- * nothing.
+ * every period; a success replaces the signal mask of the calling thread by an empty one, which threads
+ * that it creates inherit. All periodic timers share one tick counter, so a process should make only one. Any
+ * other mode makes nothing.
  *
  * @param mode         0 polling, 1 periodic, anything else none.
- * @param timer        receives the handle; 0 when no timer was made. The timer belongs to the caller.
+ * @param timer        receives the handle; 0 when no timer was made. A timer may have the handle 0 as well:
+ * only the status tells. The timer belongs to the caller.
  * @param timeout_type period in mode 1: 0 is 1 ms, 1 is 100 ms (what the bus broker client counts in), 2 is 1
  * s.
  * @return 0, also for the other modes; #DIAG_ERR_INVALID_ARG when `timer` is null, the type is none of the
@@ -58,12 +60,18 @@ uint32_t init_timer(uint32_t mode, timer_t *timer, int32_t timeout_type);
  * The handler of SIGALRM: one tick, timeout_calls(). Leaves errno as it was.
  *
  * @param signum the signal's number, not used.
+ *
+ * Async-signal-safe as far as the registered calls are. It may run in any thread that does not block SIGALRM.
  */
 void timer_handler(int signum);
 
 /**
  * One tick: runs the calls of list 1 in the order of their registration, and on every tenth tick those of
- * list 2 as well. Safe in a signal handler, as far as the registered calls are.
+ * list 2 as well, then counts from 0 again.
+ *
+ * Thread-safe and async-signal-safe, as far as the registered calls are. A tick that comes while another one
+ * runs, in another thread or as a signal in this one, does not wait for it: a call may then run several times
+ * at once. Ticks that begin while a tenth one still runs are not counted towards the next tenth.
  */
 void timeout_calls(void);
 
@@ -86,6 +94,8 @@ bool register_timeout_calls(int32_t type, timeout_call_fn callback, void *arg);
  * @param timer   a timer of init_timer() mode 0, not in use by another wait.
  * @param seconds how long to wait; 0 disarms the timer and returns at once. A negative time or one that is no
  *                number is reported and not waited for.
+ *
+ * Blocks the calling thread. Thread-safe on different timers.
  */
 void waitfor_timeout(timer_t timer, double seconds);
 

@@ -50,6 +50,7 @@ TEST(Queues, WaitingRequestHoldsBackUntilAnsweredOrGivenUp)
 {
     tool_info *tool = diagtest::new_client();
     int32_t no_socket = -1;
+    EXPECT_EQ(queue_tx_buf(nullptr, strdup("released"), 8, 0, 0, 1), DIAG_ERR_INVALID_ARG);
     queue(tool, 1);
     queue(tool, 2);
     queue(tool, 3, 0, 0);

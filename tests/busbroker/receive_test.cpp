@@ -45,12 +45,14 @@ std::string frame()
 struct client {
     tool_info tool = {};
     static inline std::vector<std::string> got; // the records that were delivered, framed again
+    static inline timeval delivered;            // when the last one was
 
     client()
     {
         got.clear();
         tool.rx_complete = [](tool_info *, void *, busbroker_req_resp *record) {
             got.push_back(frame_with([record](auto &r) { r = *record; }));
+            gettimeofday(&delivered, nullptr);
             return 0x77u; // not consulted
         };
         tool.rx_stateinfo = &busbroker_rx_stateinfo;
@@ -186,6 +188,7 @@ TEST(Receive, GapOfMoreThanThreeSecondsDropsTheFrame)
     c.tool.last_step_time.tv_sec -= 2;
     c.feed(frame().substr(70));
     EXPECT_EQ(client::got.size(), 1u);
+    EXPECT_GE(get_time_diff(&c.tool.last_step_time, &client::delivered), 0) << "the gap counts from the end";
     c.feed(frame().substr(0, 70));
     c.tool.last_step_time.tv_sec -= 4;
     set_verb_level(3);

@@ -22,7 +22,8 @@ std::string next_line(int fd)
     std::string line;
     pollfd ready = {fd, POLLIN, 0};
     char c = 0;
-    while (poll(&ready, 1, patience_ms) == 1 && read(fd, &c, 1) == 1 && c != '\n') {
+    while (TEMP_FAILURE_RETRY(poll(&ready, 1, patience_ms)) == 1 &&
+           TEMP_FAILURE_RETRY(read(fd, &c, 1)) == 1 && c != '\n') {
         line += c;
     }
     return line;
@@ -74,7 +75,7 @@ std::map<std::string, uint64_t> sim_broker::stop(bool by_itself)
         counts[line.substr(0, blank)] = std::stoull(line.substr(blank + 1));
     }
     if (pid > 0) {
-        waitpid(pid, &status, 0);
+        TEMP_FAILURE_RETRY(waitpid(pid, &status, 0));
         pid = -1;
     }
     return counts;
