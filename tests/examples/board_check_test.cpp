@@ -1,10 +1,13 @@
 /* SPDX-License-Identifier: MIT */
 // The example program on the sample board: each fault of the board fails just the checks that meet it.
+#include <cstdlib>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <set>
 #include <sstream>
 
 #include "support/sim_board.h"
+#include "support/sim_broker.h"
 
 namespace {
 
@@ -14,10 +17,22 @@ class BoardCheck : public testing::Test {
   protected:
     diagtest::sim_board board;
 
-    names failed_checks()
+    // The checks that fail with a broker of these options beside the board.
+    names failed_with_broker(const std::vector<std::string> &options)
+    {
+        const diagtest::sim_broker broker(options);
+        const std::string path = board.root + "/broker.xml";
+        std::ofstream(path) << "<broker><ip>127.0.0.1</ip><PortNo>" << broker.port
+                            << "</PortNo><inetfamily>ipv4</inetfamily><maxsockcnt>8</maxsockcnt>"
+                               "<sock_type>udp</sock_type></broker>";
+        return failed_checks(path);
+    }
+
+    names failed_checks(const std::string &broker_xml = "")
     {
         board.clear_commands();
-        const auto result = diagtest::run_shell(BOARD_CHECK " " + board.root + " </dev/null");
+        const auto result =
+            diagtest::run_shell(BOARD_CHECK " " + board.root + " " + broker_xml + " </dev/null");
         names failed;
         std::istringstream lines(result.out);
         for (std::string line; std::getline(lines, line);) {
@@ -54,6 +69,20 @@ TEST_F(BoardCheck, EachFaultFailsTheChecksThatMeetIt)
     board.set_faults("");
     board.remove_image("i2c/3/0x52.bin");
     EXPECT_EQ(failed_checks(), names{"ipmi bridged i2c with pec"});
+}
+
+TEST_F(BoardCheck, ThroughTheBroker)
+{
+    EXPECT_EQ(failed_with_broker({"--ack-first=50", "--double=50"}), names{});
+}
+
+// The pauses of the retried requests at their real length.
+TEST_F(BoardCheck, RetriesInRealTime)
+{
+    if (getenv("BOARDDIAG_SLOW_TESTS") == nullptr) {
+        GTEST_SKIP() << "takes 15 s; set BOARDDIAG_SLOW_TESTS to run it";
+    }
+    EXPECT_EQ(failed_with_broker({"--refuse-type=6:1,5:1"}), names{});
 }
 
 } // namespace
