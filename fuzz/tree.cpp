@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: MIT */
 // The platform tree: a flag byte, then a line for each descriptor: IDENTIFIER|INTERFACE|MUX TYPE, where what
-// is left out is null. The list is put in twice: the second time all its muxes and channels are there.
+// is left out is null. The last third is put in twice: its muxes and channels are there, in lists longer than
+// it.
 #include "support.h"
 
 #include <cstring>
@@ -8,7 +9,7 @@
 
 namespace {
 
-enum flag : uint8_t { daemon_record = 0x01, verbose = 0x02 };
+enum flag : uint8_t { daemon_record = 0x01, verbose = 0x02, no_record = 0x04 };
 
 template <typename Node, typename Release> void free_list(Node *node, Release release_inner)
 {
@@ -66,9 +67,11 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 
     read_lines(&list, rest);
     set_verb_level((flags & verbose) != 0 ? 3 : -1);
-    for (int round = 0; round < 2; round++) {
-        update_pf_tree(list.devs.empty() ? nullptr : list.devs.data(), &tree, (flags & daemon_record) != 0,
-                       &record);
+    pf_dev *const devs = list.devs.data();
+    const size_t count = list.devs.size();
+    for (pf_dev *from : {devs, devs + (count - count / 3)}) {
+        update_pf_tree(from != devs + count ? from : nullptr, &tree, (flags & daemon_record) != 0,
+                       (flags & no_record) != 0 ? nullptr : &record);
     }
     for (const if_tree *each : {&tree.pci, &tree.lpc, &tree.mem, &tree.gpio}) {
         free_tree(*each);
