@@ -17,3 +17,8 @@ if(BOARDDIAG_SANITIZE)
                       -fno-sanitize=vptr -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${BOARDDIAG_SANITIZE})
 endif()
+
+if(BOARDDIAG_BUILD_FUZZ)
+  # The library tells the fuzzer which way each input took.
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
