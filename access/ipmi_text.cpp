@@ -20,7 +20,7 @@ constexpr size_t block_line = 16 * place + 1;
 
 int decimal(const char *text)
 {
-    return static_cast<int>(strtol(text, nullptr, 10));
+    return static_cast<int>(strtoll(text, nullptr, 10));
 }
 
 uint8_t pair_value(char first, char second)

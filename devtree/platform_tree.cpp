@@ -13,7 +13,7 @@ namespace {
 
 using boarddiag::tree_build;
 
-constexpr unsigned long max_interface = 25;
+constexpr uint64_t max_interface = 25;
 constexpr size_t indexed_from = 64; // below so many descriptors walking the lists is as fast
 
 struct plain_interface {
@@ -36,7 +36,7 @@ uint32_t interface_number(const char *function, const char *interface, uint32_t 
         return DIAG_ERR_INVALID_ARG;
     }
     // As an unsigned value a negative number is too large as well.
-    const auto number = static_cast<unsigned long>(strtol(dash + 1, nullptr, 10));
+    const auto number = static_cast<uint64_t>(strtoll(dash + 1, nullptr, 10));
     if (number > max_interface) {
         REPORT_TRACE(function, 3, "Interface num %s exceeded max allowed I2C if no %d\n", dash + 1,
                      static_cast<int>(max_interface));
