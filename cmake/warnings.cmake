@@ -6,6 +6,8 @@ target_compile_options(boarddiag_warnings INTERFACE
   -Wundef -Wvla -Wdouble-promotion -Wnull-dereference
   # Message and command templates that differ between near-identical functions are data.
   -Wformat=2 -Wno-format-nonliteral
+  # On 32-bit Arm, notes about the binary interface of compilers before GCC 7.1.
+  -Wno-psabi
   $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual>
   $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes -Wmissing-prototypes>)
 
