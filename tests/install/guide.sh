@@ -3,12 +3,16 @@
 # Does what a guide says, in a folder of its own: writes the files that its code blocks name ("```c first.c"), runs its
 # commands ("```sh run") in one shell, and compares what they print with what the guide shows ("```text output").
 #
-#   guide.sh GUIDE FOLDER
+#   guide.sh GUIDE FOLDER [BUILD]   BUILD is the build folder that the guide knows as build/release
 set -euo pipefail
 guide=$(realpath "$1")
 rm -rf "$2"
 mkdir -p "$2"
 cd "$2"
+if [ $# -gt 2 ]; then
+    mkdir build
+    ln -s "$3" build/release
+fi
 
 awk '
 function opens(line) { print line; end = 1 }
