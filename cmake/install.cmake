@@ -28,8 +28,9 @@ string(REGEX REPLACE "/$" "" prefix_from_module ${prefix_from_module})
 configure_file(cmake/boarddiag.pc.in ${PROJECT_BINARY_DIR}/boarddiag.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/boarddiag.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
 
-install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT dev)
-install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT dev FILES_MATCHING PATTERN *.md)
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT dev)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT dev
+  FILES_MATCHING PATTERN *.md PATTERN *.[0-9].md EXCLUDE)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT dev
   FILES_MATCHING PATTERN *.c PATTERN *.cpp PATTERN *.h)
 # There once scripts/docs has made them.
@@ -39,8 +40,9 @@ install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/man/man3 ${PROJECT_BINARY_DIR}/docs
 
 if(BOARDDIAG_BUILD_SIM)
   # The tools stay out of the folder of everybody's programs: a board's own tools have the same names.
-  install(DIRECTORY ${PROJECT_BINARY_DIR}/sim/bin/ DESTINATION ${simulator_dir} USE_SOURCE_PERMISSIONS
-    COMPONENT sim)
+  install(TARGETS boardsim DESTINATION ${simulator_dir} COMPONENT sim)
+  install(DIRECTORY ${PROJECT_BINARY_DIR}/sim/bin/ DESTINATION ${simulator_dir} COMPONENT sim
+    PATTERN boardsim EXCLUDE)
   file(RELATIVE_PATH simulator_from_bin ${CMAKE_INSTALL_FULL_BINDIR}
     ${CMAKE_INSTALL_PREFIX}/${simulator_dir}/boardsim)
   file(CREATE_LINK ${simulator_from_bin} ${PROJECT_BINARY_DIR}/boardsim SYMBOLIC)
@@ -64,8 +66,8 @@ set(CPACK_DEBIAN_DEV_PACKAGE_NAME libboarddiag-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "zlib1g-dev, libxml2-dev")
 set(CPACK_DEBIAN_DEV_PACKAGE_SUGGESTS boarddiag-sim)
-set(CPACK_COMPONENT_DEV_DESCRIPTION "${PROJECT_DESCRIPTION}")
+set(CPACK_COMPONENT_DEV_DESCRIPTION "Library, headers, CMake package, pkg-config module and documents")
 set(CPACK_DEBIAN_SIM_PACKAGE_NAME boarddiag-sim)
 set(CPACK_DEBIAN_SIM_PACKAGE_SECTION utils)
-set(CPACK_COMPONENT_SIM_DESCRIPTION "Simulated board for hardware-diagnostic test programs")
+set(CPACK_COMPONENT_SIM_DESCRIPTION "The simulated board: its tools and its bus broker")
 include(CPack)

@@ -22,10 +22,12 @@ install_test(install_readme
 install_test(install_moved
   COMMAND ${CMAKE_COMMAND} -E rename ${work}/readme/home/.local ${work}/readme/moved
   PROPERTIES FIXTURES_REQUIRED readme FIXTURES_SETUP moved)
-foreach(name IN ITEMS first-test own-tools describe-a-board through-the-broker reading-the-logs)
+foreach(page IN ITEMS CONTRIBUTING.md docs/first-test.md docs/own-tools.md docs/describe-a-board.md
+        docs/through-the-broker.md docs/reading-the-logs.md)
+  cmake_path(GET page STEM name)
   install_test(guide_${name}
-    COMMAND ${guide} ${PROJECT_SOURCE_DIR}/docs/${name}.md ${work}/${name}
-    PROPERTIES FIXTURES_REQUIRED moved ENVIRONMENT_MODIFICATION
+    COMMAND ${guide} ${PROJECT_SOURCE_DIR}/${page} ${work}/${name}
+    PROPERTIES FIXTURES_REQUIRED moved ENVIRONMENT SOURCE=${PROJECT_SOURCE_DIR} ENVIRONMENT_MODIFICATION
       "PATH=path_list_prepend:${work}/readme/moved/bin;PKG_CONFIG_PATH=set:${work}/readme/moved/lib/pkgconfig")
 endforeach()
 

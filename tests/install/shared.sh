@@ -9,7 +9,7 @@ library=_deps/boarddiag-build/libboarddiag.so
 diff -u --label "declared in the headers" --label "exported by the library" \
     <("$1/scripts/public-names" | cut -d' ' -f1) \
     <(nm -D --defined-only $library | cut -d' ' -f3 | LC_ALL=C sort)
-if readelf -d "$library" | grep NEEDED.*++; then
+if readelf -d "$library" | grep 'NEEDED.*++'; then
     echo "the library needs a C++ run-time library" >&2
     exit 1
 fi
