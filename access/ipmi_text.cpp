@@ -108,13 +108,14 @@ bool boarddiag::bus_number_of_second_piece(const char *bus, int *number)
 
 size_t boarddiag::store_pairs(std::string_view line, std::span<uint8_t> dest)
 {
-    const std::string_view text = line.substr(0, line.find_first_of(std::string_view("\n\0", 2)));
+    const size_t length = std::min(line.find_first_of(std::string_view("\n\0", 2)), line.size());
+    const std::string_view text(line.data(), length);
     size_t stored = 0;
     size_t next = text.find_first_not_of(' ');
 
     while (next < text.size() && stored < dest.size()) {
         char pair[3] = {};
-        text.copy(pair, 2, next);
+        memcpy(pair, text.data() + next, std::min<size_t>(2, length - next));
         dest[stored++] = static_cast<uint8_t>(atoh(pair));
         next = text.find_first_not_of(' ', std::min(next + 2, text.size()));
     }

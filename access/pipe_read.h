@@ -41,9 +41,9 @@ struct pipe_call {
     void *context;
 };
 
-/// Traces and starts the command, has its output consumed, and closes it: a tool that goes on printing loses its
-/// reader, at once or, when its frame drops the rest, after a second or far too much text. -1 after a report when it could not be started.
-/// The thread is not cancelled meanwhile.
+/// Traces and starts the command, has its output consumed, and closes it: a tool that goes on printing loses
+/// its reader, at once or, when its frame drops the rest, after a second or far too much text. -1 after a
+/// report when it could not be started. The thread is not cancelled meanwhile.
 uint32_t pipe_read(const pipe_call *call, const command_line *command);
 
 /// The next piece of the text in `buffer`, terminated and cut as fgets() does: up to the end of the line or

@@ -36,13 +36,15 @@ bool is_plain(std::string_view word)
 // none.
 size_t redirection(std::string_view word, std::string_view *path)
 {
-    const size_t fd = word.starts_with("2>") ? STDERR_FILENO : STDOUT_FILENO;
-    const size_t prefix = word.starts_with(">") ? 1 : 2;
+    const bool is_numbered = !word.empty() && (word.front() == '1' || word.front() == '2');
+    const size_t fd = is_numbered && word.front() == '2' ? STDERR_FILENO : STDOUT_FILENO;
 
-    if (!word.starts_with(">") && !word.starts_with("1>") && !word.starts_with("2>")) {
+    word.remove_prefix(is_numbered ? 1 : 0);
+    if (!word.starts_with('>')) {
         return 0;
     }
-    *path = word.substr(prefix);
+    word.remove_prefix(1);
+    *path = word;
     return fd;
 }
 

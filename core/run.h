@@ -16,8 +16,8 @@ namespace boarddiag {
 /// not cancelled meanwhile.
 int run_command(const char *command);
 
-/// Gives a forked child the actions for SIGINT and SIGQUIT that the process had before it began to ignore them
-/// for commands that run in other threads. Async-signal-safe; to be called in the child only.
+/// Gives a forked child the actions for SIGINT and SIGQUIT that the process had before it began to ignore
+/// them for commands that run in other threads. Async-signal-safe; to be called in the child only.
 void restore_signals_of_runs();
 
 /// A running command whose standard output is read.

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 namespace {
 
@@ -12,7 +13,7 @@ constexpr char channel_end = '.';
 // Takes the text up to `end` or the end of `rest`, and cuts the one separator behind it.
 std::string_view take_until(std::string_view *rest, char end)
 {
-    const std::string_view token = rest->substr(0, rest->find(end));
+    const std::string_view token(rest->data(), std::min(rest->find(end), rest->size()));
     rest->remove_prefix(std::min(token.size() + 1, rest->size()));
     return token;
 }
@@ -28,7 +29,10 @@ void skip(std::string_view *rest, char separator)
 
 void boarddiag::append(path_text *path, std::string_view piece)
 {
-    path->length += piece.copy(path->text + path->length, sizeof path->text - 1 - path->length);
+    const size_t length = std::min(piece.size(), sizeof path->text - 1 - path->length);
+
+    memcpy(path->text + path->length, piece.data(), length);
+    path->length += length;
     path->text[path->length] = '\0';
 }
 
@@ -52,7 +56,8 @@ boarddiag::channel_syntax boarddiag::take_channel(std::string_view *rest, std::s
     if (token->size() >= sizeof number) {
         return channel_syntax::malformed;
     }
-    number[token->copy(number, sizeof number)] = '\0';
+    memcpy(number, token->data(), token->size());
+    number[token->size()] = '\0';
     char *end = nullptr;
     // No upper bound is applied; the number is cut to the selection's width on every processor alike.
     *sel = static_cast<int32_t>(static_cast<uint32_t>(strtoll(number, &end, 16)) - 1u);

@@ -168,38 +168,90 @@ uint32_t state_traversal(const struct state_info *info, uint32_t *state, uint32_
  * tool_info or, behind the start mark, without a frame being read.
  */
 
-/** State 0: finds the start mark "RPS" and makes the record; 2 when there is no memory (reported). */
+/**
+ * State 0: finds the start mark "RPS" and makes the record; 2 when there is no memory (reported).
+ *
+ * @param context  the struct tool_info of the receiving thread, which alone may call this.
+ * @param argument handed on to rx_complete.
+ * @return 0 when the datagram ends before this part of the frame, 1 when the part was taken, 2 when the frame
+ * is to be given up; 2 also without a tool_info or, behind the start mark, without a frame being read.
+ */
 uint32_t busbroker_req_resp_header_proc(void *context, void *argument);
-/** State 1: takes tool_id. */
+/**
+ * State 1: takes tool_id.
+ * @copydetails busbroker_req_resp_header_proc
+ */
 uint32_t busbroker_req_resp_tool_id_proc(void *context, void *argument);
-/** State 2: takes inst_id. */
+/**
+ * State 2: takes inst_id.
+ * @copydetails busbroker_req_resp_header_proc
+ */
 uint32_t busbroker_req_resp_inst_id_proc(void *context, void *argument);
-/** State 3: takes transac_id. */
+/**
+ * State 3: takes transac_id.
+ * @copydetails busbroker_req_resp_header_proc
+ */
 uint32_t busbroker_req_resp_transac_id_proc(void *context, void *argument);
-/** State 4: takes dev_id_len; one above 32 is told and kept. 2 when there is no memory (reported). */
+/**
+ * State 4: takes dev_id_len; one above 32 is told and kept. 2 when there is no memory (reported).
+ * @copydetails busbroker_req_resp_header_proc
+ */
 uint32_t busbroker_req_resp_dev_id_len_proc(void *context, void *argument);
-/** State 5: takes dev_id; its stored length replaces dev_id_len. 2 when there is no memory (reported). */
+/**
+ * State 5: takes dev_id; its stored length replaces dev_id_len. 2 when there is no memory (reported).
+ * @copydetails busbroker_req_resp_header_proc
+ */
 uint32_t busbroker_req_resp_dev_id_proc(void *context, void *argument);
-/** State 6: takes dev_name_len; one above 32 is told and kept. 2 when there is no memory (reported). */
+/**
+ * State 6: takes dev_name_len; one above 32 is told and kept. 2 when there is no memory (reported).
+ * @copydetails busbroker_req_resp_header_proc
+ */
 uint32_t busbroker_req_resp_dev_name_len_proc(void *context, void *argument);
-/** State 7: takes dev_name; its stored length replaces dev_name_len. 2 when there is no memory (reported). */
+/**
+ * State 7: takes dev_name; its stored length replaces dev_name_len. 2 when there is no memory (reported).
+ * @copydetails busbroker_req_resp_header_proc
+ */
 uint32_t busbroker_req_resp_dev_name_proc(void *context, void *argument);
-/** State 8: takes req_prio; 2 when it is above 2 (told). */
+/**
+ * State 8: takes req_prio; 2 when it is above 2 (told).
+ * @copydetails busbroker_req_resp_header_proc
+ */
 uint32_t busbroker_req_resp_req_prio_proc(void *context, void *argument);
-/** State 9: takes req_type; 2 when it is above 7 (told). */
+/**
+ * State 9: takes req_type; 2 when it is above 7 (told).
+ * @copydetails busbroker_req_resp_header_proc
+ */
 uint32_t busbroker_req_resp_req_type_proc(void *context, void *argument);
-/** State 10: takes transac_ind; 2 when it is above 5, without storing it. */
+/**
+ * State 10: takes transac_ind; 2 when it is above 5, without storing it.
+ * @copydetails busbroker_req_resp_header_proc
+ */
 uint32_t busbroker_req_resp_trasac_ind_proc(void *context, void *argument);
-/** State 11: takes data_len. */
+/**
+ * State 11: takes data_len.
+ * @copydetails busbroker_req_resp_header_proc
+ */
 uint32_t busbroker_req_resp_actual_datalen_proc(void *context, void *argument);
-/** State 12: takes support_data_len; 2 when there is no memory for the data. */
+/**
+ * State 12: takes support_data_len; 2 when there is no memory for the data.
+ * @copydetails busbroker_req_resp_header_proc
+ */
 uint32_t busbroker_req_resp_suprt_data_len_proc(void *context, void *argument);
-/** State 13: takes data; its stored length replaces data_len. 2 when there is no memory. */
+/**
+ * State 13: takes data; its stored length replaces data_len. 2 when there is no memory.
+ * @copydetails busbroker_req_resp_header_proc
+ */
 uint32_t busbroker_req_resp_actual_data_copy(void *context, void *argument);
-/** State 14: takes support_data; its stored length replaces support_data_len. 2 when there is no memory
- * (reported). */
+/**
+ * State 14: takes support_data; its stored length replaces support_data_len. 2 when there is no memory
+ * (reported).
+ * @copydetails busbroker_req_resp_header_proc
+ */
 uint32_t busbroker_req_resp_support_data_copy(void *context, void *argument);
-/** State 15: takes crc. */
+/**
+ * State 15: takes crc.
+ * @copydetails busbroker_req_resp_header_proc
+ */
 uint32_t busbroker_req_resp_crc_proc_state(void *context, void *argument);
 /**
  * State 16: compares the end mark "RPE", validates the record, hands it to rx_complete and releases it.
@@ -257,20 +309,21 @@ struct busbroker_tx_node {
     uint32_t interval;   /**< milliseconds loaded into the countdown at each send; 0 counts as one tick */
     uint8_t flags;       /**< BB_REQ_ flags */
     uint8_t send_count;  /**< sends so far; a failed one counts 2 */
-    struct busbroker_tx_node *next;
+    struct busbroker_tx_node *next; /**< the request behind, null at the end */
     /* private fields of the library follow; all are valid when zero */
-    uint8_t answered;   /* a status that completes the request is filed: it is neither sent nor waited for */
-    uint8_t bounded;    /* resp_room holds */
-    uint32_t resp_room; /* response bytes that the waiting caller's buffer takes */
+    uint8_t answered;   /**< private: a status that completes the request is filed: it is neither sent nor
+                           waited for */
+    uint8_t bounded;    /**< private: resp_room holds */
+    uint32_t resp_room; /**< private: response bytes that the waiting caller's buffer takes */
 };
 
 /** What came back for a request. Guarded by the client's rx_mutex; made and released by the library. */
 struct busbroker_rx_node {
-    uint8_t *data;       /**< response bytes; owned, may be null */
-    uint32_t length;     /**< number of response bytes */
-    uint32_t transac_id; /**< transaction id of the request answered */
-    uint8_t status;      /**< BB_RESP_ bits, accumulated over the answers */
-    struct busbroker_rx_node *next;
+    uint8_t *data;                  /**< response bytes; owned, may be null */
+    uint32_t length;                /**< number of response bytes */
+    uint32_t transac_id;            /**< transaction id of the request answered */
+    uint8_t status;                 /**< BB_RESP_ bits, accumulated over the answers */
+    struct busbroker_rx_node *next; /**< the next one, null at the end */
 };
 
 /** Where the bus broker is. Written before the threads start, only read afterwards. */
@@ -323,9 +376,10 @@ struct tool_info {
     pthread_mutex_t rx_mutex;             /**< guards rx_queue and its nodes */
     uint8_t timeout_flag; /**< 1: a tick came; atomic, set by timeout_update(), cleared by a transmit pass */
     /* private fields of the library follow; all are atomic and valid when zero */
-    uint32_t tx_wake;       /* raised when the transmit thread has work; it sleeps on this word */
-    uint32_t tx_started;    /* non-zero once the transmit thread runs */
-    uint32_t resp_wake[64]; /* raised when a request is over; each caller sleeps on one of these words */
+    uint32_t tx_wake;       /**< private: raised when the transmit thread has work; it sleeps on this word */
+    uint32_t tx_started;    /**< private: non-zero once the transmit thread runs */
+    uint32_t resp_wake[64]; /**< private: raised when a request is over; each caller sleeps on one of these
+                               words */
 };
 
 /**

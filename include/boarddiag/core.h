@@ -47,36 +47,73 @@ BOARDDIAG_BEGIN_DECLS
  */
 void diag_print(int level, const char *format, ...) BOARDDIAG_PRINTF(2, 3);
 
-/** The verbosity: messages up to this level are printed. 0 at start. Thread-safe. */
+/**
+ * The verbosity: messages up to this level are printed. 0 at start. Thread-safe.
+ *
+ * @return the level that set_verb_level() or the start-up configuration set.
+ */
 int get_verb_level(void);
-/** Sets the verbosity, without a range check; in force from the next message on. Thread-safe. */
+/**
+ * Sets the verbosity, without a range check; in force from the next message on. Thread-safe.
+ *
+ * @param level the highest level to print: -1 (errors only) to 3.
+ */
 void set_verb_level(int level);
-/** Sets the log level: messages up to it go to the system log. 0 at start, no range check. Thread-safe. */
+/**
+ * Sets the log level: messages up to it go to the system log. 0 at start, no range check. Thread-safe.
+ *
+ * @param level the highest level to log: -1 (errors only) to 3.
+ */
 void set_log_level(int level);
-/** The test level, a value that the library only keeps for the program. 0 at start. Thread-safe. */
+/**
+ * The test level, a value that the library only keeps for the program. 0 at start. Thread-safe.
+ *
+ * @return what set_test_level() was given.
+ */
 int get_test_level(void);
-/** Sets the test level. Thread-safe. */
+/**
+ * Sets the test level. Thread-safe.
+ *
+ * @param level any value.
+ */
 void set_test_level(int level);
-/** The dry-run switch: non-zero keeps the device wrappers from running their tools. Thread-safe. */
+/**
+ * The dry-run switch: non-zero keeps the device wrappers from running their tools. Thread-safe.
+ *
+ * @return what set_debug_enable() was given, 0 at start.
+ */
 int get_debug_enable(void);
-/** Sets the dry-run switch; each wrapper's description says what it does then. Thread-safe. */
+/**
+ * Sets the dry-run switch; each wrapper's description says what it does then. Thread-safe.
+ *
+ * @param value non-zero for dry runs.
+ */
 void set_debug_enable(int value);
-/** The configuration-debug flag, 0 or 1, which the library only keeps for the program. Thread-safe. */
+/**
+ * The configuration-debug flag, 0 or 1, which the library only keeps for the program. Thread-safe.
+ *
+ * @return 1 when the flag is set, else 0.
+ */
 int get_config_debug_enable(void);
-/** Sets the configuration-debug flag. Thread-safe. */
+/**
+ * Sets the configuration-debug flag. Thread-safe.
+ *
+ * @param value the flag.
+ */
 void set_config_debug_enable(bool value);
 
-/** Whether extended diagnostics are enabled: always 0. Thread-safe. */
+/** Whether extended diagnostics are enabled: always 0. Thread-safe. @return 0. */
 int is_eda_enabled(void);
-/** Whether extended tests are enabled: always 0. Thread-safe. */
+/** Whether extended tests are enabled: always 0. Thread-safe. @return 0. */
 int is_eda_ext_tests(void);
-/** Whether extended diagnostics are verbose: always 0. Thread-safe. */
+/** Whether extended diagnostics are verbose: always 0. Thread-safe. @return 0. */
 int is_eda_verbose(void);
-/** Whether extended diagnostics stop on the first error: always 0. Thread-safe. */
+/** Whether extended diagnostics stop on the first error: always 0. Thread-safe. @return 0. */
 int is_eda_stop_on_error(void);
-/** The test control value: always 0. Thread-safe. */
+/** The test control value: always 0. Thread-safe. @return 0. */
 int get_test_control(void);
-/** Whether the host is big-endian: always 0; the library runs on little-endian hosts only. Thread-safe. */
+/** Whether the host is big-endian: always 0; the library runs on little-endian hosts only. Thread-safe.
+ * @return 0. */
 int is_host_be(void);
 
 /**
@@ -98,11 +135,11 @@ void diag_syslog_close(void);
 
 /** The NVRAM record as nvramtool writes it, in host byte order; the library reads the two named fields. */
 struct nvram_record {
-    uint8_t opaque_head[1058];
-    uint8_t valid; /**< non-zero when the record holds valid settings */
-    uint8_t opaque_gap;
-    int32_t verb_level; /**< the verbosity stored in NVRAM */
-    uint8_t opaque_tail[4];
+    uint8_t opaque_head[1058]; /**< the platform's own */
+    uint8_t valid;             /**< non-zero when the record holds valid settings */
+    uint8_t opaque_gap;        /**< the platform's own */
+    int32_t verb_level;        /**< the verbosity stored in NVRAM */
+    uint8_t opaque_tail[4];    /**< the platform's own */
 };
 
 /**
@@ -194,11 +231,24 @@ void atoh_p(const char *text, void *dest, int width);
  */
 int strncmpi(const char *a, const char *b, int n);
 
-/** Whether a character is printable ASCII, 0x20 (space) to 0x7e (tilde): 1 or 0, whatever the locale. */
+/**
+ * Whether a character is printable ASCII, 0x20 (space) to 0x7e (tilde), whatever the locale.
+ *
+ * @param c the character.
+ * @return 1 or 0.
+ */
 int is_printable(char c);
-/** Removes the spaces (0x20 only) before and after a text, in place; inner spaces and tabs stay. */
+/**
+ * Removes the spaces (0x20 only) before and after a text, in place; inner spaces and tabs stay.
+ *
+ * @param text NUL-terminated; rewritten.
+ */
 void trim_spaces(char *text);
-/** Removes every space (0x20 only) of a text, in place. */
+/**
+ * Removes every space (0x20 only) of a text, in place.
+ *
+ * @param text NUL-terminated; rewritten.
+ */
 void trim_all_spaces(char *text);
 
 /**
@@ -230,7 +280,14 @@ const char *skip_ws(const char **text);
  * @return the field, shifted down to bit 0; 0 when `start` is above `end` or above 31.
  */
 uint32_t get_field_val(uint32_t start, uint32_t end, uint32_t value);
-/** The same on the low 8 bits of `value`: get_byte_field_val(0, 3, 0x1234) is 4. */
+/**
+ * get_field_val() on the low 8 bits of `value`: get_byte_field_val(0, 3, 0x1234) is 4.
+ *
+ * @param start lowest bit of the field, 0 to 7.
+ * @param end   highest bit of the field.
+ * @param value the register value.
+ * @return as get_field_val().
+ */
 uint32_t get_byte_field_val(uint32_t start, uint32_t end, uint32_t value);
 
 /**
@@ -255,7 +312,12 @@ uint32_t prepare_mask(uint32_t end, uint32_t start);
  */
 int get_twos_complement_val(uint32_t raw, int width, int frac, float *result);
 
-/** The byte with its bits in reverse order: reverse_bits(0x01) is 0x80. */
+/**
+ * The byte with its bits in reverse order: reverse_bits(0x01) is 0x80.
+ *
+ * @param byte the byte.
+ * @return the byte whose bit 0 is the old bit 7, and so on.
+ */
 uint8_t reverse_bits(uint8_t byte);
 
 /**

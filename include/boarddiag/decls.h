@@ -7,7 +7,9 @@
 #define BOARDDIAG_DECLS_H
 
 #if defined(__GNUC__)
+/** Makes what follows visible in a shared library, whose other names are hidden. */
 #define BOARDDIAG_VISIBILITY_PUSH _Pragma("GCC visibility push(default)")
+/** Ends #BOARDDIAG_VISIBILITY_PUSH. */
 #define BOARDDIAG_VISIBILITY_POP _Pragma("GCC visibility pop")
 /** Lets the compiler check the arguments of a printf-style function. */
 #define BOARDDIAG_PRINTF(format_index, first_arg) __attribute__((format(printf, format_index, first_arg)))
@@ -18,9 +20,11 @@
 #endif
 
 #ifdef __cplusplus
+/** Opens the declarations of a public header. */
 #define BOARDDIAG_BEGIN_DECLS                                                                                \
     BOARDDIAG_VISIBILITY_PUSH extern "C"                                                                     \
     {
+/** Closes the declarations of a public header. */
 #define BOARDDIAG_END_DECLS                                                                                  \
     }                                                                                                        \
     BOARDDIAG_VISIBILITY_POP

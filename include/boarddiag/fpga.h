@@ -70,10 +70,16 @@ uint32_t lpctool_get_mbox(const struct mbox_info *mbox, uint32_t reg, uint8_t *d
 /**
  * Writes one internal FPGA register: writes the two bytes of its address, then the data register.
  *
- * The parameters that lpctool_get_mbox() has too mean the same here. In a dry run all
- * three writes are made.
+ * In a dry run all three writes are made.
  *
- * @param value the low 8 bits are written.
+ * @param mbox      the mailbox.
+ * @param reg       internal register address; bits 0 to 15 count.
+ * @param value     the low 8 bits are written.
+ * @param req       as in lpctool_get_mbox(), as are the next three.
+ * @param tool      see there.
+ * @param dev_id    see there.
+ * @param dev_name  see there.
+ * @param busbroker non-zero: three bus broker requests; zero: three runs of lpctool.
  * @return 0, or the status of the step that failed: #DIAG_ERR_LPC_ACCESS of lpctool_set(), or whatever
  *         request_busbroker() returned.
  *
@@ -149,9 +155,16 @@ uint32_t lpctool_indr_read(const struct lpc_indr_info *info, struct busbroker_re
 /**
  * Runs an indirect write: sends the command and its data, and waits until the FPGA has processed them.
  *
- * Parameters, polling and failures are those of lpctool_indr_read(), but a status with a bit of `err_mask`
- * fails too, and `data` is only read.
+ * Polling and failures are those of lpctool_indr_read(), but a status with a bit of `err_mask` fails too, and
+ * `data` is only read.
  *
+ * @param info      the command.
+ * @param req       handed with the next three to each mailbox access: see lpctool_get_mbox().
+ * @param tool      see there.
+ * @param dev_id    see there.
+ * @param dev_name  see there.
+ * @param timer     polling timer (init_timer() mode 0) of the pauses when `busbroker` is set; else not used.
+ * @param busbroker non-zero: go through the bus broker.
  * @return 0; #DIAG_ERR_INVALID_ARG as in lpctool_indr_read(), also for a status with a bit of `err_mask`; or
  *         the status of the mailbox access that failed.
  *
