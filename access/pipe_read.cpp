@@ -17,7 +17,7 @@ using boarddiag::pipe_call;
 using boarddiag::pipe_text;
 
 // Text that is read beyond the wanted bytes, so that a tool with a little more to say ends by itself.
-constexpr int64_t surplus = 1024 * 1024;
+constexpr int64_t surplus = int64_t{1024} * 1024;
 // How long a tool may go on printing behind its answer.
 constexpr int64_t rest_limit_ms = 1000;
 // Characters that a wanted byte takes with its separators, generously.

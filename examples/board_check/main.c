@@ -22,7 +22,7 @@ char pipe_path[4096];
 
 static const struct check *const tables[] = {i2c_checks, ipmi_checks, register_checks, fpga_checks,
                                              tree_checks};
-static const struct check *const broker_tables[] = {broker_checks, broker_fpga_checks};
+static const struct check *const broker_tables[] = {broker_checks, broker_fpga_checks, NULL};
 
 static bool run_checks(const struct check *checks)
 {
@@ -37,12 +37,12 @@ static bool run_checks(const struct check *checks)
     return passed;
 }
 
-static bool run_tables(const struct check *const *all, size_t count)
+static bool run_tables(const struct check *const *all)
 {
     bool passed = true;
 
-    for (size_t i = 0; i < count; i++) {
-        passed = run_checks(all[i]) && passed;
+    for (; *all != NULL; all++) {
+        passed = run_checks(*all) && passed;
     }
     return passed;
 }
@@ -69,12 +69,12 @@ int main(int argc, char **argv)
     if (is_stopped()) {
         return EXIT_FAILURE;
     }
-    bool passed = run_tables(tables, sizeof tables / sizeof *tables);
+    bool passed = run_tables(tables);
     if (argc > 2) {
         const bool started = start_broker_client(argv[2]);
 
         print_test_result("broker client", !started);
-        passed = started && run_tables(broker_tables, sizeof broker_tables / sizeof *broker_tables) && passed;
+        passed = started && run_tables(broker_tables) && passed;
     }
     return passed ? EXIT_SUCCESS : EXIT_FAILURE;
 }
