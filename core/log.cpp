@@ -90,6 +90,16 @@ void emit(int level, const char *format, va_list args)
     emit_text(level, buff);
 }
 
+// Apart from diag_print(), which costs next to nothing as long as it needs no room for the text.
+[[gnu::noinline]] void emit_whole(int level, const char *format, va_list args)
+{
+    output_guard guard;
+
+    begin_output(&guard);
+    emit(level, format, args);
+    end_output(&guard);
+}
+
 } // namespace
 
 void boarddiag::expect_ticks()
@@ -130,13 +140,10 @@ void diag_print(int level, const char *format, ...)
     if (!boarddiag::is_message_taken(level)) {
         return;
     }
-    output_guard guard;
     va_list args;
 
     va_start(args, format);
-    begin_output(&guard);
-    emit(level, format, args);
-    end_output(&guard);
+    emit_whole(level, format, args);
     va_end(args);
 }
 
