@@ -20,8 +20,8 @@
 
 char pipe_path[4096];
 
-static const struct check *const tables[] = {i2c_checks, ipmi_checks, register_checks, fpga_checks,
-                                             tree_checks};
+static const struct check *const tables[] = {i2c_checks,  ipmi_checks, register_checks,
+                                             fpga_checks, tree_checks, NULL};
 static const struct check *const broker_tables[] = {broker_checks, broker_fpga_checks, NULL};
 
 static bool run_checks(const struct check *checks)
