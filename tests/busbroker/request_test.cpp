@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 #include <thread>
 
-#include "busbroker/failing_malloc.h"
 #include "busbroker/loopback.h"
 #include "support/capture.h"
 
@@ -156,18 +155,4 @@ TEST(Request, IdleClientUsesNoProcessorTime)
     const clock_t before = clock();
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
     EXPECT_LT(clock() - before, CLOCKS_PER_SEC / 20);
-}
-
-TEST(Request, WithoutMemoryLeavesNothingBehind)
-{
-    tool_info *tool = diagtest::new_client();
-    const std::string function[] = {"update_request", "update_request", "request_busbroker", "queue_tx_buf"};
-    for (int good = 0; good < 4; good++) {
-        busbroker_req_resp req = record_of(1);
-        diagtest::good_allocations = good;
-        const std::string console =
-            console_of([&] { EXPECT_EQ(send(tool, &req, BB_REQ_READ), DIAG_ERR_NO_MEMORY); });
-        EXPECT_TRUE(console.starts_with("ERROR: " + function[good] + "[#]: ERROR: ")) << console;
-        EXPECT_TRUE(req.transac_id == 1 && req.data == nullptr && tool->tx_queue == nullptr);
-    }
 }
