@@ -131,33 +131,6 @@ TEST_F(FifoRead, WhatStandsAtTheFifosPath)
     EXPECT_EQ(told.console, error_line("i2ctool_get", "Error Creating I2C pipe " + pipe + "\n"));
 }
 
-TEST_F(FifoRead, AFifoThatCannotBeOpenedStays)
-{
-    struct rlimit none = {}, found = {};
-    getrlimit(RLIMIT_NOFILE, &found);
-    none = found;
-    none.rlim_cur = 5; // all but the captured console's descriptors are used up
-    set_verb_level(2);
-    told = capture([&] {
-        std::vector<int> used;
-        setrlimit(RLIMIT_NOFILE, &none);
-        for (int fd; (fd = dup(STDIN_FILENO)) >= 0;) {
-            used.push_back(fd);
-        }
-        status = i2ctool_get("3", 0x50, 0, &reg8_data8, 1, pipe.c_str(), data.data());
-        for (const int fd : used) {
-            close(fd);
-        }
-        setrlimit(RLIMIT_NOFILE, &found);
-    });
-    EXPECT_EQ(status, DIAG_ERR_FAILED);
-    EXPECT_EQ(told.console, error_line("i2ctool_get", "Could Not open End of i2c Pipe (" + pipe + ") [/]\n"));
-    EXPECT_TRUE(fs::is_fifo(pipe));
-    read(); // the next call replaces it
-    EXPECT_EQ(status, 0u);
-    EXPECT_TRUE(nothing_left());
-}
-
 TEST_F(FifoRead, InvalidDescriptors)
 {
     struct {
