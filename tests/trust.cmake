@@ -11,3 +11,4 @@ foreach(function IN ITEMS mkfifo open64 fstat64 read poll pipe2 fork waitpid soc
         posix_spawn_file_actions_addopen posix_spawn posix_spawnp)
   target_link_options(calls_test PRIVATE LINKER:--wrap=${function})
 endforeach()
+diag_test(world_test trust/world_test.cpp)

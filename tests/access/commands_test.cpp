@@ -1,7 +1,6 @@
 /* SPDX-License-Identifier: MIT */
 // The device wrappers on the simulated board: the exact command line, all that they tell, the status, and
 // what the devices hold afterwards.
-#include <functional>
 
 #include "access/calls.h"
 
@@ -156,60 +155,6 @@ TEST_F(Commands, LongValueListsAreCut)
     for (const std::string &command : board.commands()) {
         EXPECT_EQ(command.size(), 2047u);
     }
-}
-
-TEST_F(Commands, FailedToolsAndFifos)
-{
-    std::string here = path;
-    struct {
-        const char *name;
-        std::function<uint32_t()> call;
-        std::string failed; // behind the mark; empty: silent
-        uint32_t status;    // 0: the raw one
-        std::string create_failed = {};
-    } const cases[] = {
-        {"i2ctool_set", [&] { return i2ctool_set("3", 0x50, 0, &reg8_data8, two, 1, 0, 0); },
-         "Error writing to I2C device\n", minus_one},
-        {"i2ctool_get_no_cntrl",
-         [&] { return i2ctool_get_no_cntrl("3", 0x50, 0, &reg8_data8, 1, here.c_str(), dest); },
-         "Error Reading from I2C\n", 0},
-        {"ipmii2c_set", [] { return ipmii2c_set("0-3", 0xa0, 0, &reg8_data8, two, 1, 0); },
-         "Error writing to I2C device\n", minus_one},
-        {"gpiotool_set", [] { return gpiotool_set(0, 1, two, 0); }, "Error Writing to GPIO\n", 0},
-        {"lpctool_set", [] { return lpctool_set(0, two, 1, 'b', 0); }, "Error Writing to LPC\n",
-         DIAG_ERR_LPC_ACCESS},
-        {"pcitool_set", [] { return pcitool_set(0, 31, 0, 0, two, 1, 0, 8); }, "", minus_one},
-        {"memtool_set", [] { return memtool_set(0, 8, two, 1, 0); }, "Error Writing to  MEM\n", 0},
-        {"gpiotool_get", [&] { return gpiotool_get(0, 1, here.c_str(), dest); }, "Error Reading from GPIO\n",
-         0, "Error Creating GPIO pipe\n"},
-        {"lpctool_get", [&] { return lpctool_get(0, 1, 'b', here.c_str(), dest); },
-         "Error Reading from LPC\n", DIAG_ERR_LPC_ACCESS, "Error Creating LPC pipe\n"},
-        {"pcitool_get", [&] { return pcitool_get(0, 31, 0, 0, dest, here.c_str(), 1, 8); }, "", 0,
-         "Error Creating PCI pipe " + path + "/none\n"},
-        {"memtool_get", [&] { return memtool_get(0, 1, 8, here.c_str(), 0, dest); },
-         "Error Reading from MEM\n", 0, "Error Creating Mem pipe\n"},
-    };
-    for (const auto &[fault, raw] : {std::pair{"exit 2", 512u}, {"signal 9", 137u << 8}}) {
-        std::string faults;
-        for (const char *tool : {"i2ctool", "ipmitool", "gpiotool", "lpctool", "pcitool", "memtool"}) {
-            faults += tool + " 0 "s + fault + "\n";
-        }
-        board.set_faults(faults);
-        for (const auto &c : cases) {
-            uint32_t status = 0;
-            EXPECT_EQ(diagtest::console_of([&] { status = c.call(); }),
-                      c.failed.empty() ? "" : error_line(c.name, "FAILED <<<---\n" + c.failed));
-            EXPECT_EQ(status, c.status != 0 ? c.status : raw) << fault << ' ' << c.name;
-        }
-    }
-    here += "/none"; // in a folder that is not there
-    for (const auto &c : cases) {
-        if (!c.create_failed.empty()) {
-            EXPECT_EQ(diagtest::console_of([&] { EXPECT_EQ(c.call(), DIAG_ERR_FAILED); }),
-                      error_line(c.name, c.create_failed));
-        }
-    }
-    EXPECT_EQ(got(1), bytes{0xee});
 }
 
 } // namespace
