@@ -61,30 +61,6 @@ TEST_F(FifoRead, CountsThatReadNothing)
     }
 }
 
-TEST_F(FifoRead, WhatStandsAtTheFifosPath)
-{
-    mkfifo(pipe.c_str(), 0600);
-    read();
-    EXPECT_EQ(status, 0u);
-    EXPECT_TRUE(nothing_left());
-
-    std::ofstream(pipe) << "stale";
-    read();
-    EXPECT_EQ(status, 0u);
-    EXPECT_TRUE(nothing_left());
-
-    fs::create_directory(pipe);
-    read();
-    EXPECT_EQ(status, DIAG_ERR_FAILED);
-    EXPECT_EQ(told.console, error_line("i2ctool_get", "Error Creating I2C pipe " + pipe + "\n"));
-    EXPECT_TRUE(fs::is_directory(pipe));
-
-    pipe += "/in/no/folder";
-    read();
-    EXPECT_EQ(status, DIAG_ERR_FAILED);
-    EXPECT_EQ(told.console, error_line("i2ctool_get", "Error Creating I2C pipe " + pipe + "\n"));
-}
-
 TEST_F(FifoRead, InvalidDescriptors)
 {
     struct {

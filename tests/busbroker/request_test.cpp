@@ -35,17 +35,6 @@ uint32_t send(tool_info *tool, busbroker_req_resp *req, uint32_t type)
     return request_busbroker(req, tool, "cpu0", "fpga", 0, type, 5);
 }
 
-// Both queues are empty, which is not to change any more.
-bool is_idle(tool_info *tool)
-{
-    pthread_mutex_lock(&tool->tx_mutex);
-    pthread_mutex_lock(&tool->rx_mutex);
-    const bool idle = tool->tx_queue == nullptr && tool->rx_queue == nullptr;
-    pthread_mutex_unlock(&tool->rx_mutex);
-    pthread_mutex_unlock(&tool->tx_mutex);
-    return idle;
-}
-
 } // namespace
 
 TEST(Request, FillsParameters)
@@ -97,7 +86,7 @@ TEST(Request, EndsAsTheBrokerSays)
         EXPECT_STREQ(buf, row.bytes);
         EXPECT_TRUE(req.data == nullptr && req.support_data == nullptr);
     }
-    EXPECT_TRUE(is_idle(tool));
+    EXPECT_TRUE(diagtest::is_idle(tool));
 }
 
 TEST(Request, LostAnswersAreAskedForAgainAndGivenUpAfterThreeSends)
@@ -146,7 +135,7 @@ TEST(Request, EachCallerGetsItsOwnBytesThoughAnswersComeTwice)
     for (std::thread &thread : threads) {
         thread.join();
     }
-    EXPECT_TRUE(is_idle(tool));
+    EXPECT_TRUE(diagtest::is_idle(tool));
 }
 
 TEST(Request, IdleClientUsesNoProcessorTime)
