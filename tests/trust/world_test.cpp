@@ -114,6 +114,9 @@ class World : public Calls {
             }
         });
         EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child is left";
+        struct sigaction now = {};
+        sigaction(SIGINT, nullptr, &now);
+        EXPECT_EQ(now.sa_handler, SIG_DFL) << "however runs with and without a shell overlapped";
         return results;
     }
 
@@ -184,6 +187,11 @@ TEST_F(World, FaultsOfTools)
         meet(
             name, [&] { board.set_faults(lines); }, [&] { board.set_faults(""); }, expected);
     }
+    meet(
+        "SIGCHLD ignored", [] { signal(SIGCHLD, SIG_IGN); }, [] { signal(SIGCHLD, SIG_DFL); },
+        [](const wrapper &w) {
+            return w.answers_by == text ? of_good_tool(w, 0) : of_failed_tool(w, minus_one);
+        });
     const std::string path_now = getenv("PATH");
     meet(
         "no tools", [] { setenv("PATH", "/nowhere", 1); }, [&] { setenv("PATH", path_now.c_str(), 1); },
