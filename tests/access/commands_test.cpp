@@ -41,9 +41,42 @@ TEST_F(Commands, I2c)
     EXPECT_EQ(got(8), (bytes{0x01, 0xab, 0x01, 0xab, 0x01, 0x01, 0x01, 0xee}));
 }
 
+TEST_F(Commands, I2cReads)
+{
+    const reg_info reg8_le = {REG8, DATA8, 1};
+    struct {
+        uint16_t reg;
+        const reg_info *info;
+        int32_t count;
+        std::string tail;
+    } const cases[] = {
+        {0x10, &reg8_data8, 4, "--width=8 --reg=0x10"},
+        {0x1234, &reg8_le, 1, "--width=8 --reg=0x34 --reg_le"},
+        {0x0034, &reg16_data8, 2, "--width=8 --reg16=0x0034"},
+        {0x1234, &regblk_datablk, 3, "--width=8 --regblock=0x34"},
+        {0x0020, &reg8_data16, 2, "--width=16 --reg=0x20"},
+        {0x00, &reg8_data8, 0, "--width=8 --reg=0x00"}, // read nothing, whatever the tool does
+        {0x00, &reg8_data8, -1, "--width=8 --reg=0x00"},
+    };
+    for (const auto &c : cases) {
+        diagtest::console_of([&] { i2ctool_get("3", 0x51, c.reg, c.info, c.count, pipe, dest); });
+        EXPECT_EQ(board.commands().back(), "i2ctool --read --bus=3 --addr=0x51 --count=" +
+                                               std::to_string(c.count) + " --pipe=" + path + " " + c.tail);
+        EXPECT_EQ(c.count <= 0, got(1) == bytes{0xee});
+    }
+    i2ctool_get(std::string(3000, '7').c_str(), 0x51, 0, &reg8_data8, 1, pipe, dest);
+    EXPECT_EQ(board.commands().back(), "i2ctool --read --bus=" + std::string(2047 - 21, '7'));
+}
+
 TEST_F(Commands, DryRunsAndRefusals)
 {
-    const reg_info bad_width = {7, 3, 0}, bad_mode = {3, DATABLK, 0};
+    const reg_info bad_width = {7, 3, 0}, bad_mode = {3, DATABLK, 0}, high_mode = {UINT32_MAX, DATA8, 0};
+    for (const auto &[info, told] :
+         {std::pair{&bad_width, "Invalid width size 3\n"},
+          {&high_mode, "Invalid Addressing mode -1\n"},
+          {static_cast<const reg_info *>(nullptr), "Invalid reg_info pointer\n"}}) {
+        expect(error_line("i2ctool_get", told), minus_one, i2ctool_get, "3", 0x50, 0, info, 4, pipe, dest);
+    }
     const auto set = [&](const std::string &told, uint32_t status, const reg_info *info) {
         expect(error_line("i2ctool_set", told + "\n"), status, i2ctool_set, "3", 0x50, 0x10, info, two, 2, 1,
                1);
@@ -57,10 +90,11 @@ TEST_F(Commands, DryRunsAndRefusals)
     expect("pcitool --write --bus=0x00 --dev=0x1f --func=0x00 --offset=0x40 --val=0x01,0xab\n", 0,
            pcitool_set, 0, 31, 0, 0x40, two, 2, 0, 8);
     expect("", 0, gpiotool_get, 0, 17, pipe, dest);
+    expect("", 0, i2ctool_get, "3", 0x50, 0, &reg8_data8, 4, pipe, dest + 4);
     expect("", 0, lpctool_get, 0x200, 3, 'b', pipe, dest + 1);
     expect("", 0, pcitool_get, 0, 31, 0, 8, dest + 2, pipe, 4, 8);
     expect("", 0, memtool_get, 0x80000000, 2, 16, pipe, 1, dest + 3);
-    EXPECT_EQ(got(5), (bytes{0x1a, 0x1a, 0x1a, 0x1a, 0xee}));
+    EXPECT_EQ(got(6), (bytes{0x1a, 0x1a, 0x1a, 0x1a, 0x1a, 0xee}));
     EXPECT_TRUE(board.commands().empty());
     // These know no dry run.
     expect("Calling gpiotool --set --chip=0 --pin=17 --val=1\nbyte written to GPIO\n", 0, gpiotool_set, 0, 17,

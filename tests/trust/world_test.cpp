@@ -235,6 +235,7 @@ TEST_F(World, NoDescriptorLeft)
     getrlimit(RLIMIT_NOFILE, &found);
     const struct rlimit few = {32, found.rlim_max};
     std::vector<uint32_t> statuses;
+    answer unread;
     const std::string console = diagtest::console_of([&] {
         std::vector<int> used;
         setrlimit(RLIMIT_NOFILE, &few);
@@ -242,7 +243,7 @@ TEST_F(World, NoDescriptorLeft)
             used.push_back(fd);
         }
         for (const wrapper &w : all) {
-            statuses.push_back(w.answers_by != plain ? w.call(pipe_of(w).c_str(), dest) : 0);
+            statuses.push_back(w.answers_by != plain ? w.call(pipe_of(w).c_str(), unread.data()) : 0);
         }
         for (const int fd : used) {
             close(fd);
