@@ -238,48 +238,33 @@ TEST(FailingCalls, OfAccesses)
 TEST(FailingCalls, OfSocketsAndThreads)
 {
     tool_info *tool = diagtest::new_client(), *other = diagtest::new_client();
-    const auto socket_call = [](sock_cfg cfg, int connects) {
-        return [=] {
-            sock_cfg used = cfg;
-            int32_t fd = -1;
-            const uint32_t status = create_socket(&used, &fd, connects);
-            EXPECT_TRUE(world.first != "bind1" || fd == -1);
-            close(fd);
-            return status;
-        };
-    };
-    const outcome no_socket = {invalid, error_line("create_socket", "Socket creation error \n")};
-    sweep({"create_socket",
-           socket_call({0, 1, 1, "127.0.0.1", 0, {}}, 0),
-           "Socket is ready \n",
-           {{"socket1", no_socket}, {"bind1", {invalid, "Socket bind failure with err code  [98]\n"}}}});
-    sweep({"create_socket, connected",
-           socket_call({0, 1, 1, "127.0.0.1", 9, {}}, 1),
-           "Socket is ready \n",
-           {{"socket1", no_socket}, {"connect1", {invalid, "Socket connect fail with err code [100]\n"}}}});
     const outcome no_thread = {
         invalid,
         error_line("create_thread", "Thread creation failed with code = 11\n") +
             error_line("create_sock_threads", "Can't create tx thread for tool id = 3 with inst_id = 1\n")};
-    const outcome no_bind = {
-        invalid,
-        error_line("create_sock_threads", "Socket creation failed for the tool id = 3 & inst id = 1\n")};
-    sweep({"create_sock_threads",
-           [other] {
-               const auto start = [](void *arg) { return arg; };
-               other->tx_thread = other->rx_thread = 0;
-               const uint32_t status = create_sock_threads(nullptr, nullptr, other, start, start, 0);
-               for (const pthread_t thread : {other->tx_thread, other->rx_thread}) {
-                   EXPECT_TRUE(thread == 0 || pthread_join(thread, nullptr) == 0);
-               }
-               close(other->sock_fd);
-               return status;
-           },
-           " created successfully\n",
-           {{"socket1", no_bind},
-            {"bind1", no_bind},
-            {"pthread_create1", no_thread},
-            {"pthread_create2", no_thread}}});
+    const std::string closing =
+        error_line("create_sock_threads", "Socket creation failed for the tool id = 3 & inst id = 1\n");
+    for (const int connects : {0, 1}) {
+        sweep({"create_sock_threads",
+               [other, connects] {
+                   const auto start = [](void *arg) { return arg; };
+                   other->tx_thread = other->rx_thread = 0;
+                   other->sock_cfg.port = connects != 0 ? 9 : 0;
+                   const uint32_t status =
+                       create_sock_threads(nullptr, nullptr, other, start, start, connects);
+                   for (const pthread_t thread : {other->tx_thread, other->rx_thread}) {
+                       EXPECT_TRUE(thread == 0 || pthread_join(thread, nullptr) == 0);
+                   }
+                   EXPECT_EQ(close(other->sock_fd) == 0, world.first != "socket1" && world.first != "bind1");
+                   return status;
+               },
+               " created successfully\n",
+               {{"socket1", {invalid, error_line("create_socket", "Socket creation error \n") + closing}},
+                {"bind1", {invalid, "Socket bind failure with err code  [98]\n" + closing}},
+                {"connect1", {invalid, "Socket connect fail with err code [100]\n" + closing}},
+                {"pthread_create1", no_thread},
+                {"pthread_create2", no_thread}}});
+    }
 
     tool->tx_started = 1; // the caller itself sends
     const std::string queued = "Request queueing succesful\n";

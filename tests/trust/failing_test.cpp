@@ -22,6 +22,7 @@ bool fails()
 
 } // namespace
 
+// clang-format off
 extern "C" {
 void *__real_malloc(size_t size);
 void *__real_calloc(size_t count, size_t size);
@@ -29,22 +30,11 @@ void *__real_realloc(void *block, size_t size);
 void *__wrap_malloc(size_t size);
 void *__wrap_calloc(size_t count, size_t size);
 void *__wrap_realloc(void *block, size_t size);
-
-void *__wrap_malloc(size_t size)
-{
-    return fails() ? nullptr : __real_malloc(size);
+void *__wrap_malloc(size_t size) { return fails() ? nullptr : __real_malloc(size); }
+void *__wrap_calloc(size_t count, size_t size) { return fails() ? nullptr : __real_calloc(count, size); }
+void *__wrap_realloc(void *block, size_t size) { return fails() ? nullptr : __real_realloc(block, size); }
 }
-
-void *__wrap_calloc(size_t count, size_t size)
-{
-    return fails() ? nullptr : __real_calloc(count, size);
-}
-
-void *__wrap_realloc(void *block, size_t size)
-{
-    return fails() ? nullptr : __real_realloc(block, size);
-}
-}
+// clang-format on
 
 namespace {
 
