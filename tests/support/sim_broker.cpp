@@ -1,7 +1,6 @@
 /* SPDX-License-Identifier: MIT */
 #include "support/sim_broker.h"
 
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -23,16 +22,11 @@ std::string next_line(int fd)
     std::string line;
     pollfd ready = {fd, POLLIN, 0};
     char c = 0;
-    for (;;) {
-        const int found = poll(&ready, 1, patience_ms);
-        if (found < 0 && errno == EINTR) {
-            continue; // by the test's timer
-        }
-        if (found != 1 || read(fd, &c, 1) != 1 || c == '\n') {
-            return line;
-        }
+    while (TEMP_FAILURE_RETRY(poll(&ready, 1, patience_ms)) == 1 &&
+           TEMP_FAILURE_RETRY(read(fd, &c, 1)) == 1 && c != '\n') {
         line += c;
     }
+    return line;
 }
 
 } // namespace
@@ -81,8 +75,7 @@ std::map<std::string, uint64_t> sim_broker::stop(bool by_itself)
         counts[line.substr(0, blank)] = std::stoull(line.substr(blank + 1));
     }
     if (pid > 0) {
-        while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-        }
+        TEMP_FAILURE_RETRY(waitpid(pid, &status, 0));
         pid = -1;
     }
     return counts;
