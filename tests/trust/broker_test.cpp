@@ -66,7 +66,7 @@ TEST_F(Broker, ThatIsNotThereEndsTheProgram)
 TEST_F(Broker, NoiseAndAnswersForOthersHarmNoRequest)
 {
     static std::mt19937 dice(7);
-    static size_t noise;
+    static std::atomic<size_t> noise;
     tool_info *tool = diagtest::start_client(
         [](const request_view &request) {
             std::vector<std::string> answers;
@@ -84,7 +84,7 @@ TEST_F(Broker, NoiseAndAnswersForOthersHarmNoRequest)
     for (int i = 0; i < 40; i++) {
         expect_good(tool);
     }
-    EXPECT_GE(noise, 65536u);
+    EXPECT_GE(noise.load(), 65536u);
 }
 
 TEST_F(Broker, SignalsInterruptNothing)
@@ -93,7 +93,7 @@ TEST_F(Broker, SignalsInterruptNothing)
     std::filesystem::create_symlink("/bin/true", board.root + "/bin/lpctool");
     std::ofstream(board.root + "/bin/gpiotool") << "#!/bin/sh\nprintf B >${4#--pipe=}\n";
     std::filesystem::permissions(board.root + "/bin/gpiotool", std::filesystem::perms::owner_all);
-    std::atomic<int> ticks{0};
+    static std::atomic<int> ticks{0}; // which go on behind the test
     EXPECT_TRUE(register_timeout_calls(
         1, [](void *n) { static_cast<std::atomic<int> *>(n)->fetch_add(1); }, &ticks));
     tool_info *tool = diagtest::start_client(

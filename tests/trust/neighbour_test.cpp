@@ -32,10 +32,11 @@ class Neighbour : public Calls {
     const std::string created = "Error Creating I2C pipe ", opened = "Could Not open End of i2c Pipe (";
 
     // What somebody may put at a path.
-    const std::pair<const char *, std::function<void()>> things[4] = {
+    const std::pair<const char *, std::function<void()>> things[5] = {
         {"file", [this] { std::ofstream(path) << "theirs"; }},
         {"FIFO", [this] { mkfifo(pipe, 0666); }},
         {"link", [this] { fs::create_symlink(secret, path); }},
+        {"link to a FIFO", [this] { fs::create_symlink(secret + "-FIFO", path); }},
         {"folder", [this] { fs::create_directory(path); }},
     };
 
@@ -47,6 +48,7 @@ class Neighbour : public Calls {
         chmod(folder.c_str(), 01777);
         chmod(board.root.c_str(), 0755);
         std::ofstream(secret) << "mine";
+        mkfifo((secret + "-FIFO").c_str(), 0666);
     }
 
     /// Reads a byte of the EEPROM; what is told.
