@@ -6,7 +6,3 @@ diag_test(queues_test busbroker/queues_test.cpp)
 diag_test(response_test busbroker/response_test.cpp)
 diag_test(request_test busbroker/request_test.cpp)
 diag_test(load_test busbroker/load_test.cpp)
-# Lets a test make a chosen allocation of the library fail.
-foreach(name IN ITEMS frame_test receive_test response_test request_test)
-  target_link_options(${name} PRIVATE -Wl,--wrap=malloc)
-endforeach()

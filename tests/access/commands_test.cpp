@@ -1,16 +1,8 @@
 /* SPDX-License-Identifier: MIT */
 // The device wrappers on the simulated board: the exact command line, all that they tell, the status, and
 // what the devices hold afterwards.
-#include <functional>
 
 #include "access/calls.h"
-
-// Under a sanitizer too, memory that cannot be had is no memory.
-extern "C" const char *__asan_default_options();
-extern "C" const char *__asan_default_options()
-{
-    return "allocator_may_return_null=1";
-}
 
 namespace {
 
@@ -49,9 +41,42 @@ TEST_F(Commands, I2c)
     EXPECT_EQ(got(8), (bytes{0x01, 0xab, 0x01, 0xab, 0x01, 0x01, 0x01, 0xee}));
 }
 
+TEST_F(Commands, I2cReads)
+{
+    const reg_info reg8_le = {REG8, DATA8, 1};
+    struct {
+        uint16_t reg;
+        const reg_info *info;
+        int32_t count;
+        std::string tail;
+    } const cases[] = {
+        {0x10, &reg8_data8, 4, "--width=8 --reg=0x10"},
+        {0x1234, &reg8_le, 1, "--width=8 --reg=0x34 --reg_le"},
+        {0x0034, &reg16_data8, 2, "--width=8 --reg16=0x0034"},
+        {0x1234, &regblk_datablk, 3, "--width=8 --regblock=0x34"},
+        {0x0020, &reg8_data16, 2, "--width=16 --reg=0x20"},
+        {0x00, &reg8_data8, 0, "--width=8 --reg=0x00"}, // read nothing, whatever the tool does
+        {0x00, &reg8_data8, -1, "--width=8 --reg=0x00"},
+    };
+    for (const auto &c : cases) {
+        diagtest::console_of([&] { i2ctool_get("3", 0x51, c.reg, c.info, c.count, pipe, dest); });
+        EXPECT_EQ(board.commands().back(), "i2ctool --read --bus=3 --addr=0x51 --count=" +
+                                               std::to_string(c.count) + " --pipe=" + path + " " + c.tail);
+        EXPECT_EQ(c.count <= 0, got(1) == bytes{0xee});
+    }
+    i2ctool_get(std::string(3000, '7').c_str(), 0x51, 0, &reg8_data8, 1, pipe, dest);
+    EXPECT_EQ(board.commands().back(), "i2ctool --read --bus=" + std::string(2047 - 21, '7'));
+}
+
 TEST_F(Commands, DryRunsAndRefusals)
 {
-    const reg_info bad_width = {7, 3, 0}, bad_mode = {3, DATABLK, 0};
+    const reg_info bad_width = {7, 3, 0}, bad_mode = {3, DATABLK, 0}, high_mode = {UINT32_MAX, DATA8, 0};
+    for (const auto &[info, told] :
+         {std::pair{&bad_width, "Invalid width size 3\n"},
+          {&high_mode, "Invalid Addressing mode -1\n"},
+          {static_cast<const reg_info *>(nullptr), "Invalid reg_info pointer\n"}}) {
+        expect(error_line("i2ctool_get", told), minus_one, i2ctool_get, "3", 0x50, 0, info, 4, pipe, dest);
+    }
     const auto set = [&](const std::string &told, uint32_t status, const reg_info *info) {
         expect(error_line("i2ctool_set", told + "\n"), status, i2ctool_set, "3", 0x50, 0x10, info, two, 2, 1,
                1);
@@ -65,10 +90,11 @@ TEST_F(Commands, DryRunsAndRefusals)
     expect("pcitool --write --bus=0x00 --dev=0x1f --func=0x00 --offset=0x40 --val=0x01,0xab\n", 0,
            pcitool_set, 0, 31, 0, 0x40, two, 2, 0, 8);
     expect("", 0, gpiotool_get, 0, 17, pipe, dest);
+    expect("", 0, i2ctool_get, "3", 0x50, 0, &reg8_data8, 4, pipe, dest + 4);
     expect("", 0, lpctool_get, 0x200, 3, 'b', pipe, dest + 1);
     expect("", 0, pcitool_get, 0, 31, 0, 8, dest + 2, pipe, 4, 8);
     expect("", 0, memtool_get, 0x80000000, 2, 16, pipe, 1, dest + 3);
-    EXPECT_EQ(got(5), (bytes{0x1a, 0x1a, 0x1a, 0x1a, 0xee}));
+    EXPECT_EQ(got(6), (bytes{0x1a, 0x1a, 0x1a, 0x1a, 0x1a, 0xee}));
     EXPECT_TRUE(board.commands().empty());
     // These know no dry run.
     expect("Calling gpiotool --set --chip=0 --pin=17 --val=1\nbyte written to GPIO\n", 0, gpiotool_set, 0, 17,
@@ -140,8 +166,6 @@ TEST_F(Commands, MemoryRefusals)
         error_line("memtool_set", "Invalid width. Only 8, 16, 32 and 64 are supported widths.\n");
     refused(bad_width, DIAG_ERR_FAILED, 24, 1);
     refused(bad_width, DIAG_ERR_FAILED, -16, 1);
-    refused(error_line("memtool_set", "Could not allocate space for params of memtool\n"), minus_one,
-            INT32_MAX, INT32_MAX);
     refused(error_line("memtool_set", "The length of command is longer than SYS_CMD_MAX_SIZE\n") +
                 "The length of sys_cmd: 51\nsys_cmd:" + head + "64 --val=\n" +
                 ("The length of data: 2003\ndata:\n" + list).substr(0, 1023),
@@ -165,60 +189,6 @@ TEST_F(Commands, LongValueListsAreCut)
     for (const std::string &command : board.commands()) {
         EXPECT_EQ(command.size(), 2047u);
     }
-}
-
-TEST_F(Commands, FailedToolsAndFifos)
-{
-    std::string here = path;
-    struct {
-        const char *name;
-        std::function<uint32_t()> call;
-        std::string failed; // behind the mark; empty: silent
-        uint32_t status;    // 0: the raw one
-        std::string create_failed = {};
-    } const cases[] = {
-        {"i2ctool_set", [&] { return i2ctool_set("3", 0x50, 0, &reg8_data8, two, 1, 0, 0); },
-         "Error writing to I2C device\n", minus_one},
-        {"i2ctool_get_no_cntrl",
-         [&] { return i2ctool_get_no_cntrl("3", 0x50, 0, &reg8_data8, 1, here.c_str(), dest); },
-         "Error Reading from I2C\n", 0},
-        {"ipmii2c_set", [] { return ipmii2c_set("0-3", 0xa0, 0, &reg8_data8, two, 1, 0); },
-         "Error writing to I2C device\n", minus_one},
-        {"gpiotool_set", [] { return gpiotool_set(0, 1, two, 0); }, "Error Writing to GPIO\n", 0},
-        {"lpctool_set", [] { return lpctool_set(0, two, 1, 'b', 0); }, "Error Writing to LPC\n",
-         DIAG_ERR_LPC_ACCESS},
-        {"pcitool_set", [] { return pcitool_set(0, 31, 0, 0, two, 1, 0, 8); }, "", minus_one},
-        {"memtool_set", [] { return memtool_set(0, 8, two, 1, 0); }, "Error Writing to  MEM\n", 0},
-        {"gpiotool_get", [&] { return gpiotool_get(0, 1, here.c_str(), dest); }, "Error Reading from GPIO\n",
-         0, "Error Creating GPIO pipe\n"},
-        {"lpctool_get", [&] { return lpctool_get(0, 1, 'b', here.c_str(), dest); },
-         "Error Reading from LPC\n", DIAG_ERR_LPC_ACCESS, "Error Creating LPC pipe\n"},
-        {"pcitool_get", [&] { return pcitool_get(0, 31, 0, 0, dest, here.c_str(), 1, 8); }, "", 0,
-         "Error Creating PCI pipe " + path + "/none\n"},
-        {"memtool_get", [&] { return memtool_get(0, 1, 8, here.c_str(), 0, dest); },
-         "Error Reading from MEM\n", 0, "Error Creating Mem pipe\n"},
-    };
-    for (const auto &[fault, raw] : {std::pair{"exit 2", 512u}, {"signal 9", 137u << 8}}) {
-        std::string faults;
-        for (const char *tool : {"i2ctool", "ipmitool", "gpiotool", "lpctool", "pcitool", "memtool"}) {
-            faults += tool + " 0 "s + fault + "\n";
-        }
-        board.set_faults(faults);
-        for (const auto &c : cases) {
-            uint32_t status = 0;
-            EXPECT_EQ(diagtest::console_of([&] { status = c.call(); }),
-                      c.failed.empty() ? "" : error_line(c.name, "FAILED <<<---\n" + c.failed));
-            EXPECT_EQ(status, c.status != 0 ? c.status : raw) << fault << ' ' << c.name;
-        }
-    }
-    here += "/none"; // in a folder that is not there
-    for (const auto &c : cases) {
-        if (!c.create_failed.empty()) {
-            EXPECT_EQ(diagtest::console_of([&] { EXPECT_EQ(c.call(), DIAG_ERR_FAILED); }),
-                      error_line(c.name, c.create_failed));
-        }
-    }
-    EXPECT_EQ(got(1), bytes{0xee});
 }
 
 } // namespace

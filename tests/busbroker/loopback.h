@@ -22,7 +22,7 @@ struct request_view {
     std::string data;
 };
 
-/// The data texts of the answers to a request.
+/// The data texts of the answers to a request; behind a "!" whole datagrams.
 using script = std::function<std::vector<std::string>(const request_view &request)>;
 
 inline uint32_t hex_at(const std::string &frame, size_t offset, size_t width)
@@ -60,7 +60,8 @@ inline void serve(int fd, const script &answers)
             const request_view request{hex_at(frame, 13, 8), hex_at(frame, 41, 8),
                                        frame.substr(57, hex_at(frame, 51, 4))};
             for (const std::string &data : answers(request)) {
-                const std::string response = response_frame(request, data);
+                const bool is_whole = data.starts_with("!");
+                const std::string response = is_whole ? data.substr(1) : response_frame(request, data);
                 sendto(fd, response.data(), response.size(), 0, address, size);
             }
         }
@@ -86,16 +87,34 @@ inline tool_info *new_client()
     return tool;
 }
 
-/// Starts a broker, the periodic timer, and a client's threads connected to the broker.
-inline tool_info *start_client(script answers, int32_t timer_type)
+/// Starts the periodic timer, and the threads of a client connected to the port.
+inline tool_info *start_client(uint16_t port, int32_t timer_type)
 {
     tool_info *tool = new_client();
-    std::thread([fd = tool->sock_fd, answers = std::move(answers)] { serve(fd, answers); }).detach();
-    tool->sock_cfg.port = ntohs(tool->sock_cfg.sock_addr.sin_port);
+    tool->sock_cfg.port = port;
     timer_t timer{};
     EXPECT_EQ(init_timer(1, &timer, timer_type), 0u);
     EXPECT_EQ(create_sock_threads(nullptr, nullptr, tool, sock_tx_thread, sock_rx_thread, 1), 0u);
     return tool;
+}
+
+/// The same with a broker of its own.
+inline tool_info *start_client(script answers, int32_t timer_type)
+{
+    const tool_info *broker = new_client();
+    std::thread([fd = broker->sock_fd, answers = std::move(answers)] { serve(fd, answers); }).detach();
+    return start_client(ntohs(broker->sock_cfg.sock_addr.sin_port), timer_type);
+}
+
+/// Both queues are empty, which is not to change any more.
+inline bool is_idle(tool_info *tool)
+{
+    pthread_mutex_lock(&tool->tx_mutex);
+    pthread_mutex_lock(&tool->rx_mutex);
+    const bool idle = tool->tx_queue == nullptr && tool->rx_queue == nullptr;
+    pthread_mutex_unlock(&tool->rx_mutex);
+    pthread_mutex_unlock(&tool->tx_mutex);
+    return idle;
 }
 
 } // namespace diagtest

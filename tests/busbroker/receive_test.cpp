@@ -3,7 +3,6 @@
 
 #include <boarddiag.h>
 
-#include "busbroker/failing_malloc.h"
 #include "support/capture.h"
 
 using diagtest::console_of;
@@ -220,28 +219,6 @@ TEST(Receive, GapOfMoreThanThreeSecondsDropsTheFrame)
     EXPECT_DOUBLE_EQ(get_time_diff(&later, &earlier), 1.2);
     EXPECT_EQ(console_of([&] { EXPECT_EQ(get_time_diff(nullptr, &earlier), 0.0); }),
               error_line("get_time_diff", "Null Pointer received as one of the times \n"));
-}
-
-TEST(Receive, EveryFailedAllocationDropsTheFrameOnly)
-{
-    const std::string prefix = "busbroker_req_resp_";
-    const char *const functions[] = {"header_proc",       "header_proc",   "dev_id_len_proc", "dev_id_proc",
-                                     "dev_name_len_proc", "dev_name_proc", nullptr,           nullptr,
-                                     "support_data_copy"};
-    int failing = 0;
-    for (const char *function : functions) {
-        client c;
-        EXPECT_EQ(console_of([&] {
-                      diagtest::good_allocations = failing++;
-                      EXPECT_EQ(c.feed(frame()), 0u);
-                  }),
-                  function == nullptr ? "" : error_line(prefix + function, "Mem alloc fail\n"));
-        EXPECT_EQ(diagtest::good_allocations, -1);
-        EXPECT_TRUE(client::got.empty());
-        EXPECT_TRUE(c.idle()) << failing;
-        c.feed("." + frame());
-        EXPECT_EQ(client::got.size(), 1u);
-    }
 }
 
 TEST(Receive, ResetReleasesTheFieldBufferOnceInEveryState)

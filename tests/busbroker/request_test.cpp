@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 #include <thread>
 
-#include "busbroker/failing_malloc.h"
 #include "busbroker/loopback.h"
 #include "support/capture.h"
 
@@ -33,17 +32,6 @@ busbroker_req_resp record_of(uint32_t transac_id, uint8_t flags = 0, uint32_t re
 uint32_t send(tool_info *tool, busbroker_req_resp *req, uint32_t type)
 {
     return request_busbroker(req, tool, "cpu0", "fpga", 0, type, 5);
-}
-
-// Both queues are empty, which is not to change any more.
-bool is_idle(tool_info *tool)
-{
-    pthread_mutex_lock(&tool->tx_mutex);
-    pthread_mutex_lock(&tool->rx_mutex);
-    const bool idle = tool->tx_queue == nullptr && tool->rx_queue == nullptr;
-    pthread_mutex_unlock(&tool->rx_mutex);
-    pthread_mutex_unlock(&tool->tx_mutex);
-    return idle;
 }
 
 } // namespace
@@ -97,7 +85,7 @@ TEST(Request, EndsAsTheBrokerSays)
         EXPECT_STREQ(buf, row.bytes);
         EXPECT_TRUE(req.data == nullptr && req.support_data == nullptr);
     }
-    EXPECT_TRUE(is_idle(tool));
+    EXPECT_TRUE(diagtest::is_idle(tool));
 }
 
 TEST(Request, LostAnswersAreAskedForAgainAndGivenUpAfterThreeSends)
@@ -127,18 +115,4 @@ TEST(Request, IdleClientUsesNoProcessorTime)
     const clock_t before = clock();
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
     EXPECT_LT(clock() - before, CLOCKS_PER_SEC / 20);
-}
-
-TEST(Request, WithoutMemoryLeavesNothingBehind)
-{
-    tool_info *tool = diagtest::new_client();
-    const std::string function[] = {"update_request", "update_request", "request_busbroker", "queue_tx_buf"};
-    for (int good = 0; good < 4; good++) {
-        busbroker_req_resp req = record_of(1);
-        diagtest::good_allocations = good;
-        const std::string console =
-            console_of([&] { EXPECT_EQ(send(tool, &req, BB_REQ_READ), DIAG_ERR_NO_MEMORY); });
-        EXPECT_TRUE(console.starts_with("ERROR: " + function[good] + "[#]: ERROR: ")) << console;
-        EXPECT_TRUE(req.transac_id == 1 && req.data == nullptr && tool->tx_queue == nullptr);
-    }
 }

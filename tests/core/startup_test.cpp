@@ -122,21 +122,6 @@ TEST_F(Startup, AQueryThatFailsLeavesTheRest)
     EXPECT_EQ(told.console, error_line("nvramtool_query", "FAILED <<<---\nError Reading from nvram\n"));
     EXPECT_EQ(told.opened.size(), 1u);
     EXPECT_EQ(get_debug_enable(), 3);
-
-    struct nvram_record record;
-    const std::string pipe = board.fifo_path("q");
-    uint32_t status = 0;
-    console_of([&] { status = nvramtool_query(pipe.c_str(), &record, false); });
-    EXPECT_EQ(status, DIAG_ERR_FAILED);
-    board.set_faults("nvramtool 0 short 100\n");
-    memset(&record, 0xff, sizeof record);
-    console_of([&] { status = nvramtool_query(pipe.c_str(), &record, true); });
-    EXPECT_EQ(status, 0u);
-    EXPECT_EQ(record.valid, 0); // what did not come counts as 0
-    const std::string lost = board.fifo_path("no/such/folder");
-    EXPECT_EQ(console_of([&] { status = nvramtool_query(lost.c_str(), &record, true); }),
-              error_line("nvramtool_query", "Error Creating I2C pipe\n"));
-    EXPECT_EQ(status, DIAG_ERR_FAILED);
 }
 
 TEST_F(Startup, ANullRecordIsReportedTwice)

@@ -1,13 +1,10 @@
 /* SPDX-License-Identifier: MIT */
 #include <algorithm>
 #include <boarddiag.h>
-#include <climits>
 #include <cstring>
 #include <gtest/gtest.h>
 
 #include "support/capture.h"
-
-extern int allocations_left;
 
 namespace {
 
@@ -127,12 +124,6 @@ TEST(DynamicId, AnAnswerIsKeptUnderAll32Bits)
     EXPECT_EQ(check_dyn_dev_list(list, 0x10005), nullptr);
     name = update_dyn_dev_id_list(&list, (full + "cut").c_str(), -1);
     EXPECT_TRUE(name == check_dyn_dev_list(list, -1) && name == list->next->next->name && name == full);
-    allocations_left = 0;
-    EXPECT_EQ(
-        ask(7, DIAG_ERR_FAILED),
-        diagtest::error_line("update_dyn_dev_id_list", "Couldn't allocate memory for new dynamic ID node\n"));
-    allocations_left = INT_MAX;
-    EXPECT_EQ(name, nullptr);
 }
 
 TEST(DynamicId, NoAnswerIsAFailureAfterTenTries)

@@ -1,7 +1,6 @@
 /* SPDX-License-Identifier: MIT */
 #include <algorithm>
 #include <boarddiag.h>
-#include <climits>
 #include <gtest/gtest.h>
 #include <random>
 #include <set>
@@ -12,16 +11,12 @@
 using diagtest::console_of;
 using diagtest::error_line;
 
-extern int allocations_left;
-extern size_t largest_allocation;
-int allocations_left = INT_MAX;
-size_t largest_allocation = SIZE_MAX;
+static size_t largest_allocation = SIZE_MAX;
 
 extern "C" void *__real_calloc(size_t count, size_t size);
 extern "C" void *__wrap_calloc(size_t count, size_t size)
 {
-    const bool given = count * size <= largest_allocation && allocations_left-- > 0;
-    return given ? __real_calloc(count, size) : nullptr;
+    return count * size <= largest_allocation ? __real_calloc(count, size) : nullptr;
 }
 
 namespace {
@@ -257,34 +252,6 @@ TEST(Tree, RandomListsKeepTheInvariantsWithAndWithoutTheIndex)
     }
     const std::string listed = indexed.on().substr(indexed.on().find(':'));
     EXPECT_EQ(static_cast<size_t>(std::count(listed.begin(), listed.end(), '=')), muxes.size());
-}
-
-TEST(Tree, EveryFailedAllocationIsToldAndLeavesATreeThatCanGrowOn)
-{
-    const std::string node = error_line(check, "Couldn't allocate memory\n"),
-                      entry = error_line(build, "Couldn't allocate memory\n");
-    const std::string mux = error_line(enter, "Couldn't allocate memory for new mux node\n");
-    const std::string cases[][2] = {
-        {node + error_line(walk, "Invalid tree\n") + node + entry, ":"},
-        {error_line(walk, "Couldn't allocate space for node \n") + mux + entry, "[M1*] :"},
-        {node + mux + entry, "[M1*] M1-1. :"},
-        {mux + entry, "[M1*] M1-1. M1-1.|M1-1.D :"},
-        {entry, "[M1*] M1-1. M1-1.|M1-1.D :M1=10 "},
-        {"", "|E [M1*] M1-1. M1-1.|M1-1.D :M1=10 "}};
-    for (int n = 0; n < 6; n++) {
-        platform &p = make("M1-1.D M1=PCA9541 E");
-        EXPECT_EQ(told(n < 5 ? DIAG_ERR_NO_MEMORY : 0,
-                       [&] {
-                           allocations_left = n;
-                           const uint32_t status = p.build();
-                           allocations_left = INT_MAX;
-                           return status;
-                       }),
-                  cases[n][0]);
-        EXPECT_EQ(p.on(), cases[n][1]);
-        EXPECT_EQ(p.build(), 0u);
-        EXPECT_TRUE(p.on().starts_with(n < 5 ? "|E [M1*] M1-1. M1-1.|M1-1.D " : "|E |E [M1*]")) << p.on();
-    }
 }
 
 } // namespace

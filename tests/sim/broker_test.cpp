@@ -145,21 +145,6 @@ TEST(Broker, RefusesAsOftenAsItIsTold)
     EXPECT_EQ(counts["repeated"], 4U);
 }
 
-TEST(Broker, FallsSilentAndEndsWhenTold)
-{
-    const sim_board board;
-    sim_broker broker({"--silent-after=1", "--max-requests=3"});
-    const bus_client client(broker.port);
-    EXPECT_EQ(client.ask(query(1)), bus_response(query(1), "Success"));
-    client.send_bytes(bus_frame(query(2)));
-    client.send_bytes(bus_frame(query(3)));
-    auto counts = broker.stop(true);
-    EXPECT_EQ(broker.status, 0);
-    EXPECT_EQ(counts["swallowed"], 2U);
-    EXPECT_EQ(counts["sent"], 1U);
-    EXPECT_EQ(client.receive(0), "(nothing)");
-}
-
 /// The answers that come to `requests` queries; the broker ends behind the last, so that none is missed.
 std::multiset<std::string> answers_to(int requests, std::vector<std::string> options,
                                       std::map<std::string, uint64_t> *counts = nullptr)

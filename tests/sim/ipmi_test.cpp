@@ -12,33 +12,6 @@ struct request_case {
     const char *out;
 };
 
-TEST(Ipmi, AnswersRawRequests)
-{
-    const sim_board board;
-    const request_case cases[] = {
-        {"ipmitool raw 0x06 0x01", " 20 81 01 02 02 9f ad b0 00 01 00 00 00 00 00\n"},
-        {"ipmitool raw 0x38 0x2 0x3 0x50 0x40 0x11",
-         " 40 41 42 43 44 45 46 47 48 49 4a 4b 4c 4d 4e 4f\n 50\n"},
-        {"ipmitool raw 0x3a 0x01 0x03 0xa0 0x10 0x40 ", " 40 41 42 43 44 45 46 47 48 49 4a 4b 4c 4d 4e 4f\n"},
-        {"ipmitool raw 0x3a 0x01 0x03 0xa2 0x02 0x01 0x01 ", " 4f 41\n"},
-        {"ipmitool raw 0x3a 0x01 0x03 0x90 0x02 0x03", " 50 00\n"},
-        {"ipmitool raw 0x38 0x3 0x3 0x50 0x80 0xa5", "\n"},
-        {"ipmitool raw 0x38 0x8 0x3 0x52 0x10 0x1 0x2", "\n"},
-        {"ipmitool raw 0x3a 0x01 0x03 0xa2 0x00 0x01 0x02 0xaa 0xbb", "\n"},
-        {"ipmitool raw 0x3c 0x18 0x12 0x34", " 11 22 33 44\n"},
-        {"ipmitool raw 0x3c 0x19 0x12 0x35 0x1 0x2 0x3 0xff", "\n"},
-    };
-    for (const request_case &c : cases) {
-        const run_result run = run_shell(c.command);
-        EXPECT_EQ(run.out, c.out) << c.command << run.err;
-        EXPECT_EQ(run.status, 0) << c.command;
-    }
-    EXPECT_EQ(board.image("i2c/3/0x50.bin", 0x80, 2), (bytes{0xa5, 0x81}));
-    EXPECT_EQ(board.image("i2c/3/0x52.bin", 0x10, 3), (bytes{1, 2, 0xff}));
-    EXPECT_EQ(board.image("i2c/3/0x51.bin", 0x102, 3), (bytes{0xaa, 0xbb, 'D'}));
-    EXPECT_EQ(board.image("oem.bin", 0x48d4, 4), (bytes{1, 2, 3, 0xff}));
-}
-
 TEST(Ipmi, ADeviceThatDemandsPecTakesOnlyTheRightOne)
 {
     const sim_board board;

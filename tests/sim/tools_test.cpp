@@ -28,7 +28,6 @@ struct read_case {
 TEST(Tools, ReadsBringTheBytesOfTheImages)
 {
     const sim_board board;
-    board.set_image("lpc.bin", 0x10, {7, 8, 9});
     board.set_image("fpga.bin", 0x1234, {0x5c});
     board.set_image("lpc.bin", 0x80, {0x12, 0x34});
     board.set_image("mem.bin", 0xfffffff8, {1, 2, 3, 4, 5, 6, 7, 8});
@@ -41,8 +40,6 @@ TEST(Tools, ReadsBringTheBytesOfTheImages)
         {i2c_read + "--addr=0x48 --count=2 --width=16 --reg=0x00", {0xf5, 0x80}},
         {i2c_read + "--addr=0x48 --count=2 --width=16 --reg=0x03", {0x50, 0x00}},
         {i2c_read + "--addr=0x50 --count=0 --width=8 --reg=0x20", {}},
-        {"gpiotool --get --chip=0 --pin=17 --pipe=FIFO", {1}},
-        {"lpctool --get --addr=0x00000010 --size=b --count=3 --pipe=FIFO", {7, 8, 9}},
         {"lpctool --get --addr=0x00000082 --size=b --count=1 --pipe=FIFO", {0x5c}},
         {"pcitool --get --bus=0 --dev=31 --func=0 --offset=0x00 --pipe=FIFO --count=4 --width=8",
          {0xad, 0xb0, 0x01, 0x0d}},
@@ -87,15 +84,8 @@ TEST(Tools, WritesChangeTheImagesAndNothingBeside)
         {"i2c/3/0x52.bin", 0, {0x05, 0xff}, i2c_write + "--addr=0x52 --flag=pec --reg=0x00 --val=0x05"},
         {eeprom, 0x60, {0x60, 0x61}, eeprom_write + "--reg=0x60 --val="},
         {eeprom, 0x70, {0x70}, "i2ctool --no_data --bus=3 --addr=0x50 "},
-        {"gpio/0.bin", 1, {1, 255, 1}, "gpiotool --set --chip=0 --pin=2 --val=255 --busbroker_req"},
         {"lpc.bin", 0xff, {0, 1, 0x20, 0xff, 0}, lpc_write + "--size=b --busbroker_req  --val=0x1,0x20,0xff"},
         {"lpc.bin", 0x100, {1}, lpc_write + "--size=w --val="},
-        {"pci/0:31.0.bin", 0x3f, {0, 0x01, 0x80, 0}, pci_write + "--offset=0x40 --val=0x01,0x80"},
-        {"pci/0:31.0.bin", 0x44, {0x05, 0}, pci_write + "--offset=0x44 --busbroker_req --width=8 --val=0x05"},
-        {"mem.bin",
-         0x80000100,
-         {0x34, 0x12, 5, 0, 0},
-         "memtool --write --addr=0x80000100 --width=16 --val=0x1234,0x5"},
         {"mem.bin", 0x80000200, bytes(8, 0xff),
          "memtool --write --busbroker --addr=0x80000200 --width=64 --val=0xffffffffffffffff"},
     };
@@ -104,16 +94,6 @@ TEST(Tools, WritesChangeTheImagesAndNothingBeside)
         EXPECT_EQ(run.status, 0) << c.command << run.err;
         EXPECT_EQ(board.image(c.image, c.offset, c.expected.size()), c.expected) << c.command;
     }
-}
-
-TEST(Tools, TheMailboxReachesTheFpgaInSeparateRuns)
-{
-    const sim_board board;
-    const run_result run =
-        run_shell("lpctool --write --addr=0x00000080 --size=b --val=0x1 &&lpctool --write --addr=0x00000081 "
-                  "--size=b --val=0x5 &&lpctool --write --addr=0x00000083 --size=b --val=0x7e");
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(board.image("fpga.bin", 0x104, 3), (bytes{0, 0x7e, 0}));
 }
 
 TEST(Tools, RefuseEveryOtherSpelling)

@@ -1,0 +1,117 @@
+/* SPDX-License-Identifier: MIT */
+// A bus broker that is silent, late, restarted or talks nonsense, and signals in the middle of everything.
+#include <fstream>
+#include <random>
+
+#include "access/calls.h"
+#include "busbroker/loopback.h"
+#include "support/sim_broker.h"
+
+namespace {
+
+using diagtest::request_view;
+using diagtest::sim_broker;
+
+constexpr int32_t every_ms = 0; // a tick, which takes 100 ms of a request's patience
+
+class Broker : public Calls {
+  protected:
+    busbroker_req_resp req{};
+
+    Broker()
+    {
+        board.set_image("lpc.bin", 0, {'B', 'O'});
+    }
+
+    /// Reads two bytes.
+    uint32_t ask(tool_info *tool, uint32_t retry_ms = 60'000)
+    {
+        got(0);
+        update_busbroker_req_fields(&req, 0, 2, 8, dest, 0, BB_REQ_READ, 28, nullptr, 0);
+        req.retry_ms = retry_ms;
+        return request_busbroker(&req, tool, "cpu0", "fpga", 0, BB_REQ_READ, 5);
+    }
+
+    void expect_good(tool_info *tool)
+    {
+        EXPECT_EQ(ask(tool), 0u);
+        EXPECT_EQ(got(3), (bytes{'B', 'O', 0xee}));
+        EXPECT_TRUE(diagtest::is_idle(tool));
+    }
+};
+
+TEST_F(Broker, SilentThenStartedAgainThenLate)
+{
+    sim_broker silent({"--silent"});
+    const std::string port = "--port=" + std::to_string(silent.port);
+    tool_info *tool = diagtest::start_client(silent.port, every_ms);
+    EXPECT_EQ(ask(tool, 1000), DIAG_ERR_INVALID_ARG);
+    EXPECT_EQ(got(1), bytes{0xee});
+    silent.stop();
+    {
+        const sim_broker again({port});
+        expect_good(tool);
+    }
+    const sim_broker late({port, "--late=100"});
+    EXPECT_EQ(ask(tool, 1000), DIAG_ERR_INVALID_ARG) << "given up before the answer comes";
+    expect_good(tool);
+}
+
+TEST_F(Broker, ThatIsNotThereEndsTheProgram)
+{
+    uint16_t port = sim_broker().port;
+    EXPECT_EXIT(ask(diagtest::start_client(port, every_ms)), testing::ExitedWithCode(255), "");
+}
+
+TEST_F(Broker, NoiseAndAnswersForOthersHarmNoRequest)
+{
+    static std::mt19937 dice(7);
+    static std::atomic<size_t> noise;
+    tool_info *tool = diagtest::start_client(
+        [](const request_view &request) {
+            std::vector<std::string> answers;
+            for (size_t size = 1 + dice() % 2000; noise < 65536 && answers.size() < 3; noise += size) {
+                std::string datagram(size + 1, '!'); // to be sent as it stands
+                std::generate(datagram.begin() + 1, datagram.end(), [] { return char(dice()); });
+                answers.push_back(datagram);
+            }
+            answers.push_back("!" + diagtest::response_frame({request.transac_id + 1, request.type, ""},
+                                                             "a,b,c,d,Success,2,5858"));
+            answers.push_back(request.data + ",Success,2,424f");
+            return answers;
+        },
+        every_ms);
+    for (int i = 0; i < 40; i++) {
+        expect_good(tool);
+    }
+    EXPECT_GE(noise.load(), 65536u);
+}
+
+TEST_F(Broker, SignalsInterruptNothing)
+{
+    become("echo ' 42 4f'");
+    std::filesystem::create_symlink("/bin/true", board.root + "/bin/lpctool");
+    std::ofstream(board.root + "/bin/gpiotool") << "#!/bin/sh\nprintf B >${4#--pipe=}\n";
+    std::filesystem::permissions(board.root + "/bin/gpiotool", std::filesystem::perms::owner_all);
+    static std::atomic<int> ticks{0}; // which go on behind the test
+    EXPECT_TRUE(register_timeout_calls(
+        1, [](void *n) { static_cast<std::atomic<int> *>(n)->fetch_add(1); }, &ticks));
+    tool_info *tool = diagtest::start_client(
+        [](const request_view &request) { return std::vector{request.data + ",Success,2,424f"}; }, every_ms);
+    set_verb_level(-1);
+    for (int i = 0; i < 1000; i++) {
+        expect_good(tool);
+        if (i % 2 == 0) {
+            ASSERT_EQ(gpiotool_get(0, 1, pipe, dest), 0u);
+            ASSERT_EQ(got(2), (bytes{'B', 0xee}));
+        } else if (i % 4 == 1) {
+            ASSERT_EQ(ipmitool2_get(6, 1, 0, nullptr, 2, dest), 0u);
+            ASSERT_EQ(got(3), (bytes{'B', 'O', 0xee}));
+        } else {
+            ASSERT_EQ(lpctool_set(0, two, 2, 'b', 0), 0u);
+        }
+    }
+    EXPECT_GT(ticks, 100);
+}
+
+} // namespace

@@ -1,0 +1,152 @@
+/* SPDX-License-Identifier: MIT */
+// Other users of the machine: what they put at a FIFO's path, before a call or in the middle of it, texts
+// that a shell reads, and datagrams from strangers.
+#include <fcntl.h>
+#include <fstream>
+#include <sys/stat.h>
+
+#include "access/calls.h"
+#include "busbroker/loopback.h"
+
+namespace fs = std::filesystem;
+
+static std::function<void()> before_open; // runs once
+
+extern "C" int __real_open64(const char *path, int flags);
+extern "C" int __wrap_open64(const char *path, int flags);
+int __wrap_open64(const char *path, int flags)
+{
+    if (before_open) {
+        std::exchange(before_open, nullptr)();
+    }
+    return __real_open64(path, flags);
+}
+
+namespace {
+
+constexpr uid_t neighbour = 65534;
+
+class Neighbour : public Calls {
+  protected:
+    std::string folder = board.root + "/shared", secret = board.root + "/secret";
+    const std::string created = "Error Creating I2C pipe ", opened = "Could Not open End of i2c Pipe (";
+
+    // What somebody may put at a path.
+    const std::pair<const char *, std::function<void()>> things[5] = {
+        {"file", [this] { std::ofstream(path) << "theirs"; }},
+        {"FIFO", [this] { mkfifo(pipe, 0666); }},
+        {"link", [this] { fs::create_symlink(secret, path); }},
+        {"link to a FIFO", [this] { fs::create_symlink(secret + "-FIFO", path); }},
+        {"folder", [this] { fs::create_directory(path); }},
+    };
+
+    void SetUp() override
+    {
+        path = folder + "/answer";
+        pipe = path.c_str();
+        fs::create_directory(folder);
+        chmod(folder.c_str(), 01777);
+        chmod(board.root.c_str(), 0755);
+        std::ofstream(secret) << "mine";
+        mkfifo((secret + "-FIFO").c_str(), 0666);
+    }
+
+    /// Reads a byte of the EEPROM; what is told.
+    std::string read(uint32_t status)
+    {
+        return diagtest::console_of(
+            [&] { EXPECT_EQ(i2ctool_get("3", 0x50, 0, &reg8_data8, 1, pipe, dest), status); });
+    }
+
+    void expect_good()
+    {
+        fs::remove(path);
+        EXPECT_EQ(read(0), "");
+        EXPECT_EQ(got(2), (bytes{'B', 0xee}));
+        EXPECT_FALSE(fs::exists(fs::symlink_status(path)));
+        std::string text;
+        std::getline(std::ifstream(secret), text);
+        EXPECT_EQ(text, "mine");
+    }
+};
+
+TEST_F(Neighbour, OwnLeftoversAreReplacedButNoFolder)
+{
+    for (const auto &[name, put] : things) {
+        SCOPED_TRACE(name);
+        put();
+        const bool stays = name == "folder"s;
+        EXPECT_EQ(read(stays ? DIAG_ERR_FAILED : 0),
+                  stays ? error_line("i2ctool_get", created + path + "\n") : "");
+        EXPECT_EQ(fs::is_directory(path), stays);
+        EXPECT_EQ(got(1)[0], stays ? 0xee : 'B');
+        expect_good();
+    }
+}
+
+TEST_F(Neighbour, WhatAnotherUserOwnsInAStickyFolderIsNotUsed)
+{
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can act for two users";
+    }
+    for (const auto &[name, put] : things) {
+        SCOPED_TRACE(name);
+        put();
+        EXPECT_EQ(lchown(pipe, neighbour, neighbour), 0);
+        ASSERT_EQ(seteuid(neighbour - 1), 0); // a program that may not remove it
+        EXPECT_EQ(read(DIAG_ERR_FAILED), error_line("i2ctool_get", created + path + "\n"));
+        ASSERT_EQ(seteuid(0), 0);
+        EXPECT_TRUE(fs::exists(fs::symlink_status(path)));
+        EXPECT_EQ(read(name == "folder"s ? DIAG_ERR_FAILED : 0).empty(), name != "folder"s); // one that may
+        got(0);
+        expect_good();
+    }
+}
+
+TEST_F(Neighbour, WhatTakesTheFifosPlaceBeforeItIsOpenedIsNotRead)
+{
+    for (const auto &[name, put] : things) {
+        SCOPED_TRACE(name);
+        const bool is_fifo = name == "FIFO"s; // which is as good as the one that went
+        before_open = [this, &put] { fs::remove(path), put(); };
+        EXPECT_EQ(read(is_fifo ? 0 : DIAG_ERR_FAILED),
+                  is_fifo ? "" : error_line("i2ctool_get", opened + path + ") [/]\n"));
+        EXPECT_EQ(got(1)[0], is_fifo ? 'B' : 0xee);
+        EXPECT_EQ(fs::exists(fs::symlink_status(path)), !is_fifo);
+        expect_good();
+    }
+}
+
+TEST_F(Neighbour, TextsOfCallersReachTheShell)
+{
+    const std::string mark = board.root + "/mark";
+    for (const std::string &bus :
+         {"3;touch " + mark + ";:", "$(touch " + mark + ")", "3`touch " + mark + "`"}) {
+        diagtest::console_of([&] { i2ctool_get(bus.c_str(), 0x50, 0, &reg8_data8, 0, pipe, dest); });
+        EXPECT_TRUE(fs::remove(mark)) << bus;
+        EXPECT_FALSE(fs::exists(path));
+    }
+    const std::string name = "3;touch " + mark; // goes to no shell
+    EXPECT_EQ(epoll_generic_set("/bin/true", name.c_str(), nullptr), 0u);
+    EXPECT_GT(waitpid(-1, nullptr, 0), 0);
+    EXPECT_FALSE(fs::exists(mark));
+    expect_good();
+}
+
+TEST_F(Neighbour, DatagramsOfStrangersAreNotSeen)
+{
+    const tool_info *broker = diagtest::new_client(), *stranger = diagtest::new_client();
+    tool_info *tool = diagtest::new_client();
+    tool->sock_cfg.port = ntohs(broker->sock_cfg.sock_addr.sin_port);
+    ASSERT_EQ(create_socket(&tool->sock_cfg, &tool->sock_fd, 1), 0u);
+    sockaddr_in address{};
+    socklen_t size = sizeof address;
+    getsockname(tool->sock_fd, reinterpret_cast<sockaddr *>(&address), &size);
+    for (const auto &[from, text] : {std::pair{stranger, "forged"}, {broker, "answer"}}) {
+        EXPECT_EQ(sendto(from->sock_fd, text, 6, 0, reinterpret_cast<sockaddr *>(&address), size), 6);
+    }
+    EXPECT_EQ(receive_from_socket(tool), 0u);
+    EXPECT_STREQ(reinterpret_cast<char *>(tool->rx_buf), "answer");
+}
+
+} // namespace

@@ -1,0 +1,262 @@
+/* SPDX-License-Identifier: MIT */
+// What goes wrong around a program: each fault of tools, folders and descriptors against each device wrapper.
+// It is told, nothing is left or written beyond its place, and the next access is good.
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <functional>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <thread>
+
+#include "access/calls.h"
+
+namespace {
+
+constexpr size_t most_bytes = 1068; // of an answer
+using answer = std::array<uint8_t, most_bytes + 1>;
+
+enum kind { fifo, text, plain };
+
+struct wrapper {
+    const char *name; // as its reports tell it
+    kind answers_by;
+    size_t count; // bytes read
+    std::function<uint32_t(const char *pipe, uint8_t *data)> call;
+    std::string failed;             // what a failed tool is told as; empty: silent
+    uint32_t status;                // of a failed tool; 0: the raw one
+    std::string create_failed = {}; // % is the path
+};
+
+// clang-format off
+std::vector<wrapper> wrappers()
+{
+    static constexpr const char *i2c = "FAILED <<<---\nError Reading from I2C\n", *i2c_put = "FAILED <<<---\nError writing to I2C device\n", *i2c_pipe = "Error Creating I2C pipe %";
+    const reg_info *const r8 = &reg8_data8;
+    return {
+        {"i2ctool_get", fifo, 2, [=](auto *p, auto *d) { return i2ctool_get("3", 0x50, 0, r8, 2, p, d); }, i2c, 0, i2c_pipe},
+        {"i2ctool_get_no_cntrl", fifo, 2, [=](auto *p, auto *d) { return i2ctool_get_no_cntrl("3", 0x50, 0, r8, 2, p, d); }, i2c, 0, i2c_pipe},
+        {"gpiotool_get", fifo, 1, [](auto *p, auto *d) { return gpiotool_get(0, 1, p, d); }, "FAILED <<<---\nError Reading from GPIO\n", 0, "Error Creating GPIO pipe"},
+        {"lpctool_get", fifo, 2, [](auto *p, auto *d) { return lpctool_get(0, 2, 'b', p, d); }, "FAILED <<<---\nError Reading from LPC\n", DIAG_ERR_LPC_ACCESS, "Error Creating LPC pipe"},
+        {"pcitool_get", fifo, 2, [](auto *p, auto *d) { return pcitool_get(0, 31, 0, 0, d, p, 2, 8); }, "", 0, "Error Creating PCI pipe %"},
+        {"memtool_get", fifo, 2, [](auto *p, auto *d) { return memtool_get(0x80000000, 2, 8, p, 0, d); }, "FAILED <<<---\nError Reading from MEM\n", 0, "Error Creating Mem pipe"},
+        {"nvramtool_query", fifo, most_bytes, [](auto *p, auto *d) { return nvramtool_query(p, reinterpret_cast<nvram_record *>(d), false); }, "FAILED <<<---\nError Reading from nvram\n", DIAG_ERR_FAILED, "Error Creating I2C pipe"},
+        {"ipmitool_get", text, 2, [=](auto *, auto *d) { return ipmitool_get("0-3", 0x50, 0, r8, 2, nullptr, d); }, "Error reading at offset 0x00\n", minus_one},
+        {"ipmitool2_get", text, 2, [](auto *, auto *d) { const uint8_t of[] = {3, 0x50, 0, 2}; return ipmitool2_get(0x38, 2, 4, of, 2, d); }, "", minus_one},
+        {"ipmii2c_get", text, 2, [=](auto *, auto *d) { return ipmii2c_get("0-3", 0xa0, 0, r8, 2, nullptr, d); }, "", minus_one},
+        {"ipmii2c2_get", text, 2, [=](auto *, auto *d) { return ipmii2c2_get("0-3", 0xa0, 0, r8, 2, d); }, "", minus_one},
+        {"i2ctool_set", plain, 0, [=](auto *, auto *) { return i2ctool_set("3", 0x50, 9, r8, two, 1, 0, 0); }, i2c_put, minus_one},
+        {"ipmii2c_set", plain, 0, [=](auto *, auto *) { return ipmii2c_set("0-3", 0xa0, 9, r8, two, 1, 0); }, i2c_put, minus_one},
+        {"gpiotool_set", plain, 0, [](auto *, auto *) { return gpiotool_set(0, 2, two, 0); }, "FAILED <<<---\nError Writing to GPIO\n", 0},
+        {"lpctool_set", plain, 0, [](auto *, auto *) { return lpctool_set(9, two, 1, 'b', 0); }, "FAILED <<<---\nError Writing to LPC\n", DIAG_ERR_LPC_ACCESS},
+        {"pcitool_set", plain, 0, [](auto *, auto *) { return pcitool_set(0, 31, 0, 9, two, 1, 0, 8); }, "", minus_one},
+        {"memtool_set", plain, 0, [](auto *, auto *) { return memtool_set(9, 8, two, 1, 0); }, "FAILED <<<---\nError Writing to  MEM\n", 0},
+    };
+}
+// clang-format on
+
+struct outcome {
+    uint32_t status;
+    size_t stored = 0;     // bytes that come through a FIFO
+    std::string told = ""; // an error report
+};
+
+// Of a tool that ends with this raw status; whoever reads a text sees only that it is empty.
+outcome of_failed_tool(const wrapper &w, uint32_t raw)
+{
+    return {w.status != 0 ? w.status : raw, 0, w.failed.empty() ? "" : error_line(w.name, w.failed)};
+}
+
+// Of a tool that succeeds, though with fewer bytes.
+outcome of_good_tool(const wrapper &w, size_t missing)
+{
+    const bool is_empty = missing >= w.count;
+    if (w.answers_by == text && is_empty) {
+        return of_failed_tool(w, 0);
+    }
+    const bool is_told = w.answers_by == fifo && is_empty;
+    return {0, is_empty ? 0 : w.count - missing, is_told ? "The tool wrote nothing into " : ""};
+}
+
+class World : public Calls {
+  protected:
+    struct result {
+        uint32_t status = 0;
+        answer data;
+    };
+
+    const std::vector<wrapper> all = wrappers();
+    std::string folder = board.root; // of the FIFOs
+    std::vector<result> good;
+    std::string told;
+
+    std::string pipe_of(const wrapper &w) const
+    {
+        return folder + "/" + w.name;
+    }
+
+    /// Calls all wrappers at once.
+    std::vector<result> call_all()
+    {
+        std::vector<result> results(all.size());
+        told = diagtest::console_of([&] {
+            std::vector<std::thread> threads;
+            for (size_t i = 0; i < all.size(); i++) {
+                results[i].data.fill(0xee);
+                threads.emplace_back([&, i] {
+                    results[i].status = all[i].call(pipe_of(all[i]).c_str(), results[i].data.data());
+                });
+            }
+            for (std::thread &thread : threads) {
+                thread.join();
+            }
+        });
+        EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child is left";
+        struct sigaction now = {};
+        sigaction(SIGINT, nullptr, &now);
+        EXPECT_EQ(now.sa_handler, SIG_DFL) << "however runs with and without a shell overlapped";
+        return results;
+    }
+
+    outcome uncreated(const wrapper &w) const
+    {
+        std::string report = w.create_failed + "\n";
+        const size_t at = report.find('%');
+        if (at != std::string::npos) {
+            report.replace(at, 1, pipe_of(w));
+        }
+        return w.answers_by == fifo ? outcome{DIAG_ERR_FAILED, 0, error_line(w.name, report)}
+                                    : of_good_tool(w, 0);
+    }
+
+    void expect_good()
+    {
+        const auto results = call_all();
+        EXPECT_EQ(told, "");
+        good = good.empty() ? results : good;
+        for (size_t i = 0; i < all.size(); i++) {
+            EXPECT_TRUE(results[i].status == 0 && results[i].data == good[i].data) << all[i].name;
+            EXPECT_FALSE(std::filesystem::exists(pipe_of(all[i])));
+        }
+    }
+
+    /// Calls all under a fault, and once more when it is gone.
+    void meet(const std::string &name, const std::function<void()> &begin, const std::function<void()> &end,
+              const std::function<outcome(const wrapper &)> &expected)
+    {
+        SCOPED_TRACE(name);
+        expect_good();
+        begin();
+        const auto results = call_all();
+        for (size_t i = 0; i < all.size(); i++) {
+            const wrapper &w = all[i];
+            const outcome o = expected(w);
+            const auto differs = std::ranges::mismatch(results[i].data, good[i].data).in1;
+            EXPECT_EQ(results[i].status, o.status) << w.name;
+            EXPECT_NE(told.find(o.told), std::string::npos) << o.told << told;
+            EXPECT_EQ(results[i].data[w.count], 0xee) << w.name;
+            EXPECT_FALSE(std::filesystem::exists(pipe_of(w))) << w.name;
+            if (w.answers_by == fifo && w.count < most_bytes && o.stored < w.count) {
+                EXPECT_EQ(differs - results[i].data.begin(), o.stored) << w.name;
+                EXPECT_EQ(*differs, 0xee);
+            }
+        }
+        end();
+        expect_good();
+    }
+};
+
+TEST_F(World, FaultsOfTools)
+{
+    const std::pair<const char *, std::function<outcome(const wrapper &)>> faults[] = {
+        {"exit 2", [](const wrapper &w) { return of_failed_tool(w, 2 << 8); }},
+        {"signal 9", [](const wrapper &w) { return of_failed_tool(w, (128 + SIGKILL) << 8); }},
+        {"silent", [](const wrapper &w) { return of_good_tool(w, w.count); }},
+        {"short 1", [](const wrapper &w) { return of_good_tool(w, 1); }},
+        {"long 3", [](const wrapper &w) { return of_good_tool(w, 0); }},
+        {"late 30", [](const wrapper &w) { return of_good_tool(w, 0); }},
+    };
+    for (const auto &[name, expected] : faults) {
+        std::string lines;
+        for (const char *tool :
+             {"i2ctool", "ipmitool", "gpiotool", "lpctool", "pcitool", "memtool", "nvramtool"}) {
+            lines += tool + " 0 "s + name + "\n";
+        }
+        meet(
+            name, [&] { board.set_faults(lines); }, [&] { board.set_faults(""); }, expected);
+    }
+    meet(
+        "SIGCHLD ignored", [] { signal(SIGCHLD, SIG_IGN); }, [] { signal(SIGCHLD, SIG_DFL); },
+        [](const wrapper &w) {
+            return w.answers_by == text ? of_good_tool(w, 0) : of_failed_tool(w, minus_one);
+        });
+    const std::string path_now = getenv("PATH");
+    meet(
+        "no tools", [] { setenv("PATH", "/nowhere", 1); }, [&] { setenv("PATH", path_now.c_str(), 1); },
+        [](const wrapper &w) { return of_failed_tool(w, 127 << 8); });
+    meet(
+        "garbage", [&] { board.set_faults("ipmitool 0 garbage\n"); }, [&] { board.set_faults(""); },
+        [](const wrapper &w) {
+            const bool reads_any_text = w.name == "ipmitool_get"s; // and makes bytes of it
+            return w.answers_by == text && !reads_any_text ? outcome{w.status} : of_good_tool(w, 0);
+        });
+}
+
+TEST_F(World, FaultsOfFolders)
+{
+    mode_t mask = 0;
+    meet(
+        "umask 077", [&] { mask = umask(077); }, [&] { umask(mask); },
+        [](const wrapper &w) { return of_good_tool(w, 0); });
+    meet(
+        "no folder", [&] { folder += "/none"; }, [&] { folder = board.root; },
+        [&](const wrapper &w) { return uncreated(w); });
+}
+
+TEST_F(World, AFullFileSystem)
+{
+    const std::string full = board.root + "/full";
+    std::filesystem::create_directory(full);
+    if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        mount("none", full.c_str(), "tmpfs", 0, "size=4k,nr_inodes=1") != 0) {
+        GTEST_SKIP() << "no file system can be mounted here (root may)";
+    }
+    meet(
+        "full", [&] { folder = full; }, [&] { folder = board.root; },
+        [&](const wrapper &w) { return uncreated(w); });
+    umount(full.c_str());
+}
+
+TEST_F(World, NoDescriptorLeft)
+{
+    struct rlimit found = {};
+    getrlimit(RLIMIT_NOFILE, &found);
+    const struct rlimit few = {32, found.rlim_max};
+    std::vector<uint32_t> statuses;
+    answer unread;
+    const std::string console = diagtest::console_of([&] {
+        std::vector<int> used;
+        setrlimit(RLIMIT_NOFILE, &few);
+        for (int fd; (fd = dup(STDIN_FILENO)) >= 0;) {
+            used.push_back(fd);
+        }
+        for (const wrapper &w : all) {
+            statuses.push_back(w.answers_by != plain ? w.call(pipe_of(w).c_str(), unread.data()) : 0);
+        }
+        for (const int fd : used) {
+            close(fd);
+        }
+        setrlimit(RLIMIT_NOFILE, &found);
+    });
+    for (size_t i = 0; i < all.size(); i++) {
+        EXPECT_EQ(statuses[i], all[i].answers_by == fifo   ? DIAG_ERR_FAILED
+                               : all[i].answers_by == text ? minus_one
+                                                           : 0);
+        EXPECT_EQ(std::filesystem::is_fifo(pipe_of(all[i])), all[i].answers_by == fifo) << "stays";
+    }
+    expect_good(); // the next calls replace them
+}
+
+} // namespace
