@@ -110,34 +110,6 @@ TEST(Request, LostAnswersAreAskedForAgainAndGivenUpAfterThreeSends)
     EXPECT_EQ(sends[3], 3);
 }
 
-TEST(Request, EachCallerGetsItsOwnBytesThoughAnswersComeTwice)
-{
-    tool_info *tool = start_client(
-        [](const request_view &request) {
-            const std::string text = request.data + ",Success,4," + request.data.substr(0, 8);
-            return answers{text, text};
-        },
-        every_ms);
-    std::vector<std::thread> threads;
-    for (uint32_t caller = 0; caller < 8; caller++) {
-        threads.emplace_back([tool, caller] {
-            busbroker_req_resp req = record_of(caller << 16);
-            for (uint8_t round = 0; round < 100; round++) {
-                uint8_t got[4] = {};
-                const uint8_t wanted[] = {uint8_t(caller), 0, 0, round};
-                update_busbroker_req_fields(&req, caller << 24 | round, 4, 8, got, 0, BB_REQ_READ, 1, nullptr,
-                                            0);
-                EXPECT_EQ(send(tool, &req, BB_REQ_READ), 0u);
-                EXPECT_EQ(memcmp(got, wanted, sizeof got), 0);
-            }
-        });
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
-    EXPECT_TRUE(diagtest::is_idle(tool));
-}
-
 TEST(Request, IdleClientUsesNoProcessorTime)
 {
     start_client([](const request_view &) { return answers{}; }, every_100_ms);
