@@ -1,4 +1,5 @@
 /* SPDX-License-Identifier: MIT */
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
@@ -49,14 +50,14 @@ void wait_in_vain(int64_t seconds)
     EXPECT_LT(clock() - used, CLOCKS_PER_SEC / 2);
 }
 
-volatile sig_atomic_t signals;
+std::atomic<int> signals; // lock-free, as a handler needs it
 
 // Interrupts the process every few milliseconds, without restarting what it interrupts; once some signals
 // have come and `ready` says so, an operator types.
 std::thread operator_types(int fd, const std::string &text, bool (*ready)())
 {
     struct sigaction action = {};
-    action.sa_handler = [](int) { signals = signals + 1; };
+    action.sa_handler = [](int) { signals++; };
     sigaction(SIGALRM, &action, nullptr);
     const struct itimerval often = {{0, 5000}, {0, 5000}};
     setitimer(ITIMER_REAL, &often, nullptr);
