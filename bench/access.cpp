@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr int accesses = 40; // a call
+constexpr int accesses = 50; // a call
 
 std::string pipe_path;
 std::array<uint8_t, 4> data;

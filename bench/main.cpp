@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int default_rounds = 15;
+constexpr int default_rounds = 21;
 
 // A folder with the benchmark's tool under the names that the wrappers run.
 std::string make_tool_folder()
