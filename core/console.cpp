@@ -42,12 +42,12 @@ struct dump {
     const item_format *format;
     uint32_t group_items;
     int level;
-    bool in_pieces; // each label, group and character is a message
-    uint32_t items; // in the open group; 0 when none is open
-    char *group;    // where the open group starts in `line`
-    char *end;      // behind what `line` holds
-    char line[line_size];
-    size_t carried; // characters of an open group between two lines
+    bool in_pieces;           // each label, group and character is a message
+    uint32_t items;           // in the open group; 0 when none is open
+    char *group;              // where the open group starts in `line`
+    char *end;                // behind what `line` holds
+    char line[line_size + 1]; // and a terminator
+    size_t carried;           // characters of an open group between two lines
     char carry[group_size];
 };
 
@@ -83,7 +83,8 @@ char *put_hex(char *to, uint32_t value, uint32_t digits)
 void send_line(dump &d)
 {
     if (d.end != d.line) {
-        diag_print(d.level, "%.*s", static_cast<int>(d.end - d.line), d.line);
+        *d.end = '\0';
+        boarddiag::print_text(d.level, d.line);
         d.end = d.line;
     }
 }

@@ -72,7 +72,9 @@ void emit_text(int level, const char *text)
     const bool is_error = level == error_level;
 
     if (is_printed(level)) {
-        fputs(is_error ? "ERROR: " : "", stdout);
+        if (is_error) {
+            fputs("ERROR: ", stdout);
+        }
         fputs(text, stdout);
     }
     if (boarddiag::is_message_logged(level)) {
@@ -133,6 +135,15 @@ void boarddiag::report(int level, const char *function, int line, const char *fo
     emit(level, format, args);
     end_output(&guard);
     va_end(args);
+}
+
+void boarddiag::print_text(int level, const char *text)
+{
+    output_guard guard;
+
+    begin_output(&guard);
+    emit_text(level, text);
+    end_output(&guard);
 }
 
 void diag_print(int level, const char *format, ...)

@@ -27,6 +27,9 @@ void report(int level, const char *function, int line, const char *format, ...) 
 /// From now on SIGALRM interrupts threads of this process: messages keep it off while they are printed.
 void expect_ticks();
 
+/// diag_print() of a text that needs no formatting and is short enough not to be cut.
+void print_text(int level, const char *text);
+
 /// Whether a message of this level reaches a sink at all.
 bool is_message_taken(int level);
 
