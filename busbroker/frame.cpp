@@ -123,7 +123,7 @@ uint32_t calculate_req_len_in_ascii(const struct busbroker_req_resp *req)
     for (const wire_field &field : wire_fields) {
         length += boarddiag::is_text(field) ? boarddiag::text_length(*req, field) : 0;
     }
-    diag_print(3, "Calculated length required is %d \n", static_cast<int>(length));
+    PRINT_TAKEN(3, "Calculated length required is %d \n", static_cast<int>(length));
     return length;
 }
 
@@ -145,7 +145,7 @@ uint32_t frame_ascii_request(const struct busbroker_req_resp *req, char *dest, i
     }
     put_mark(writer, boarddiag::request_end);
     dest[std::min(writer.position, writer.room)] = '\0';
-    diag_print(3, "Prepared request is %s\n", dest);
+    PRINT_TAKEN(3, "Prepared request is %s\n", dest);
     return writer.position;
 }
 
@@ -160,7 +160,7 @@ uint32_t calculate_crc(const struct busbroker_req_resp *req)
     for (uint32_t index = 0; index < boarddiag::checked_field_count; index++) {
         crc = add_field_to_crc(crc, *req, wire_fields[index]);
     }
-    diag_print(3, "Calculated CRC =0x%x\n", static_cast<unsigned>(crc));
+    PRINT_TAKEN(3, "Calculated CRC =0x%x\n", static_cast<unsigned>(crc));
     return crc;
 }
 
@@ -171,8 +171,8 @@ uint32_t validate_busbroker_req_resp(const struct busbroker_req_resp *req)
         return DIAG_ERR_INVALID_ARG;
     }
     if (req->dev_name_len > max_dev_name_len) {
-        diag_print(3, "Req rx on socket id %d has exceeded max allowed dev len %d\n",
-                   static_cast<int>(req->dev_name_len), static_cast<int>(max_dev_name_len));
+        PRINT_TAKEN(3, "Req rx on socket id %d has exceeded max allowed dev len %d\n",
+                    static_cast<int>(req->dev_name_len), static_cast<int>(max_dev_name_len));
     }
     if (req->tool_id > max_tool_id) {
         diag_print(0, "Invalid tool id %d received \n", static_cast<int>(req->tool_id));
@@ -181,6 +181,6 @@ uint32_t validate_busbroker_req_resp(const struct busbroker_req_resp *req)
     if (calculate_crc(req) != req->crc) {
         return DIAG_ERR_INVALID_ARG;
     }
-    diag_print(3, "CRC Validation success,pushing the req to queues\n");
+    PRINT_TAKEN(3, "CRC Validation success,pushing the req to queues\n");
     return 0;
 }

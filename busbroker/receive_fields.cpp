@@ -170,10 +170,10 @@ template <uint32_t index> uint32_t expect_next(const char *function, tool_info &
 void tell_number(const field_rule &rule, uint32_t value)
 {
     if (rule.first_format != nullptr) {
-        diag_print(rule.level, rule.first_format, value);
+        PRINT_TAKEN(rule.level, rule.first_format, value);
     }
     if (value <= rule.limit || rule.above_limit == excess::refuse) {
-        diag_print(rule.level, rule.format, value);
+        PRINT_TAKEN(rule.level, rule.format, value);
     }
     if (value <= rule.limit) {
         return;
@@ -191,9 +191,9 @@ void tell_text(const field_rule &rule, const tool_info &tool)
         return;
     }
     if (rule.in_record) {
-        diag_print(rule.level, rule.format, tool.field_buf, tool.field_fill);
+        PRINT_TAKEN(rule.level, rule.format, tool.field_buf, tool.field_fill);
     } else {
-        diag_print(rule.level, rule.format, tool.field_buf);
+        PRINT_TAKEN(rule.level, rule.format, tool.field_buf);
     }
 }
 

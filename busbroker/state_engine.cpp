@@ -67,7 +67,7 @@ uint32_t state_traversal(const struct state_info *info, uint32_t *state, uint32_
     if (info == nullptr) {
         return refuse(state, 0, "NULL pointer received as state table address \n");
     }
-    diag_print(3, "Rx current state value is %d\n", static_cast<int>(*state));
+    PRINT_TAKEN(3, "Rx current state value is %d\n", static_cast<int>(*state));
     if (*state >= info->state_count) {
         return refuse(state, 1, "Invalid state rx as current state\n");
     }

@@ -11,25 +11,21 @@
 
 #include "core/report.h"
 
+using boarddiag::error_level;
+using boarddiag::log_level;
+using boarddiag::user_verb_level;
+
 static_assert(std::endian::native == std::endian::little,
               "boarddiag decodes records and registers on little-endian hosts only");
 
 namespace {
 
-constexpr int error_level = -1;
 constexpr size_t message_size = 1024;
 
-// The settings are independent words: no order between them is promised, so relaxed accesses do.
-std::atomic<int> user_verb_level{0};
-std::atomic<int> log_level{0};
+// Independent words like the levels.
 std::atomic<int> test_level{0};
 std::atomic<int> debug_enable{0};
 std::atomic<bool> config_debug{false};
-
-bool is_printed(int level)
-{
-    return level == error_level || level <= user_verb_level.load(std::memory_order_relaxed);
-}
 
 // Whether ticks of a periodic timer interrupt the threads of this process.
 std::atomic<bool> ticks{false};
@@ -71,7 +67,7 @@ void emit_text(int level, const char *text)
 {
     const bool is_error = level == error_level;
 
-    if (is_printed(level)) {
+    if (boarddiag::is_message_printed(level)) {
         if (is_error) {
             fputs("ERROR: ", stdout);
         }
@@ -107,16 +103,6 @@ void emit(int level, const char *format, va_list args)
 void boarddiag::expect_ticks()
 {
     ticks.store(true, std::memory_order_relaxed);
-}
-
-bool boarddiag::is_message_taken(int level)
-{
-    return is_printed(level) || is_message_logged(level);
-}
-
-bool boarddiag::is_message_logged(int level)
-{
-    return level == error_level || level <= log_level.load(std::memory_order_relaxed);
 }
 
 void boarddiag::report(int level, const char *function, int line, const char *format, ...)

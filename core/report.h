@@ -3,6 +3,8 @@
 #ifndef BOARDDIAG_CORE_REPORT_H
 #define BOARDDIAG_CORE_REPORT_H
 
+#include <atomic>
+
 #include <boarddiag/core.h>
 
 /// Reports an error in two lines of level -1: `function` with the line of this report, then the message.
@@ -11,6 +13,14 @@
 
 /// The same two-line form at another level, for traces; filtered like any message of that level.
 #define REPORT_TRACE(function, level, ...) ::boarddiag::report((level), (function), __LINE__, __VA_ARGS__)
+
+/// diag_print() where every step has one: a message that nobody takes costs a comparison and no call.
+#define PRINT_TAKEN(level, ...)                                                                              \
+    do {                                                                                                     \
+        if (::boarddiag::is_message_taken(level)) [[unlikely]] {                                             \
+            diag_print((level), __VA_ARGS__);                                                                \
+        }                                                                                                    \
+    } while (0)
 
 namespace boarddiag {
 
@@ -30,11 +40,29 @@ void expect_ticks();
 /// diag_print() of a text that needs no formatting and is short enough not to be cut.
 void print_text(int level, const char *text);
 
-/// Whether a message of this level reaches a sink at all.
-bool is_message_taken(int level);
+// The levels up to which messages are taken, here so that PRINT_TAKEN needs no call. Independent words: no
+// order between them is promised, so relaxed accesses do.
+inline std::atomic<int> user_verb_level{0};
+inline std::atomic<int> log_level{0};
+inline constexpr int error_level = -1;
+
+/// Whether a message of this level is printed on the console.
+inline bool is_message_printed(int level)
+{
+    return level == error_level || level <= user_verb_level.load(std::memory_order_relaxed);
+}
 
 /// Whether a message of this level goes to the system log, where each one is an entry of its own.
-bool is_message_logged(int level);
+inline bool is_message_logged(int level)
+{
+    return level == error_level || level <= log_level.load(std::memory_order_relaxed);
+}
+
+/// Whether a message of this level reaches a sink at all.
+inline bool is_message_taken(int level)
+{
+    return is_message_printed(level) || is_message_logged(level);
+}
 
 } // namespace boarddiag
 
