@@ -42,7 +42,7 @@ std::vector<wrapper> wrappers()
         {"lpctool_get", fifo, 2, [](auto *p, auto *d) { return lpctool_get(0, 2, 'b', p, d); }, "FAILED <<<---\nError Reading from LPC\n", DIAG_ERR_LPC_ACCESS, "Error Creating LPC pipe"},
         {"pcitool_get", fifo, 2, [](auto *p, auto *d) { return pcitool_get(0, 31, 0, 0, d, p, 2, 8); }, "", 0, "Error Creating PCI pipe %"},
         {"memtool_get", fifo, 2, [](auto *p, auto *d) { return memtool_get(0x80000000, 2, 8, p, 0, d); }, "FAILED <<<---\nError Reading from MEM\n", 0, "Error Creating Mem pipe"},
-        {"nvramtool_query", fifo, most_bytes, [](auto *p, auto *d) { return nvramtool_query(p, reinterpret_cast<nvram_record *>(d), false); }, "FAILED <<<---\nError Reading from nvram\n", DIAG_ERR_FAILED, "Error Creating I2C pipe"},
+        {"nvramtool_query", fifo, most_bytes, [](auto *p, auto *d) { return nvramtool_query(p, static_cast<nvram_record *>(static_cast<void *>(d)), false); }, "FAILED <<<---\nError Reading from nvram\n", DIAG_ERR_FAILED, "Error Creating I2C pipe"},
         {"ipmitool_get", text, 2, [=](auto *, auto *d) { return ipmitool_get("0-3", 0x50, 0, r8, 2, nullptr, d); }, "Error reading at offset 0x00\n", minus_one},
         {"ipmitool2_get", text, 2, [](auto *, auto *d) { const uint8_t of[] = {3, 0x50, 0, 2}; return ipmitool2_get(0x38, 2, 4, of, 2, d); }, "", minus_one},
         {"ipmii2c_get", text, 2, [=](auto *, auto *d) { return ipmii2c_get("0-3", 0xa0, 0, r8, 2, nullptr, d); }, "", minus_one},
@@ -84,7 +84,7 @@ class World : public Calls {
   protected:
     struct result {
         uint32_t status = 0;
-        answer data;
+        alignas(nvram_record) answer data;
     };
 
     const std::vector<wrapper> all = wrappers();
@@ -235,7 +235,7 @@ TEST_F(World, NoDescriptorLeft)
     getrlimit(RLIMIT_NOFILE, &found);
     const struct rlimit few = {32, found.rlim_max};
     std::vector<uint32_t> statuses;
-    answer unread;
+    alignas(nvram_record) answer unread;
     const std::string console = diagtest::console_of([&] {
         std::vector<int> used;
         setrlimit(RLIMIT_NOFILE, &few);
