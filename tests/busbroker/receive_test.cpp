@@ -221,17 +221,6 @@ TEST(Receive, GapOfMoreThanThreeSecondsDropsTheFrame)
               error_line("get_time_diff", "Null Pointer received as one of the times \n"));
 }
 
-TEST(Receive, ResetReleasesTheFieldBufferOnceInEveryState)
-{
-    for (size_t length = 0; length < frame().size(); length++) {
-        client c;
-        c.feed(frame().substr(0, length));
-        EXPECT_EQ(reset_sm(&c.tool, nullptr), 0u);
-        EXPECT_TRUE(c.idle()) << length;
-        EXPECT_EQ(std::string(c.tool.mark, 3), "RPS") << c.tool.field_len;
-    }
-}
-
 TEST(Receive, RefusesMisuse)
 {
     client c;

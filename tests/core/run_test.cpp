@@ -70,16 +70,6 @@ TEST(Command, OfTooManyWordsOrCharactersIsAShellsWork)
     EXPECT_FALSE(boarddiag::split_plain_command(std::string(2048, 'a').c_str(), &plain));
 }
 
-TEST(Command, IsCutAt2047Characters)
-{
-    boarddiag::command_line command;
-    boarddiag::command_format(&command, "%s", std::string(2040, 'a').c_str());
-    boarddiag::command_append(&command, ",0x%02x", 0x12);
-    boarddiag::command_append(&command, ",0x%02x", 0x34);
-    EXPECT_EQ(command.text, std::string(2040, 'a') + ",0x12,0");
-    EXPECT_EQ(command.length, 2047u);
-}
-
 class Run : public testing::Test {
   protected:
     std::string folder = [] {

@@ -64,22 +64,6 @@ struct fpga_bench {
             put(p.cmd_reg, i, static_cast<uint8_t>(where >> (8 * i)));
         }
     }
-    /// `step` 0 sends all bytes through the first register, 1 through one after the other.
-    void fill(const fpga_protocol &p, const bytes &data, size_t step) const
-    {
-        for (size_t i = 0; i < data.size(); i++) {
-            put(p.wr_buf_reg, i * step, data[i]);
-        }
-    }
-    [[nodiscard]] bytes fetch(const fpga_protocol &p, size_t length, size_t step) const
-    {
-        bytes data;
-        for (size_t i = 0; i < length; i++) {
-            data.push_back(
-                static_cast<uint8_t>(read(static_cast<uint16_t>(p.rd_buf_reg + i * step)).value_or(0)));
-        }
-        return data;
-    }
     /// Starts the command; the status at the first read.
     [[nodiscard]] std::optional<unsigned> start(const fpga_protocol &p) const
     {
@@ -92,45 +76,6 @@ struct fpga_bench {
         EXPECT_EQ(read(fpga_mode_reg), fpga_test_mode_ack);
     }
 };
-
-constexpr uint32_t where = 0x00fff8; // crosses into the next 64 KiB
-
-TEST(Fpga, ABlockWrittenThroughOneProtocolReadsBackThroughEither)
-{
-    const fpga_bench fpga;
-    const bytes block = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20};
-    const bytes first(block.begin(), block.begin() + 16);
-    const bytes second(block.begin() + 16, block.end());
-    for (const size_t step : {size_t{0}, size_t{1}}) {
-        // Two chunks by operation: without steps the command bytes stay, and the stream goes on.
-        fpga.board.set_image("fpga_flash.bin", where, bytes(32, 0xee));
-        fpga.test_mode();
-        fpga.choose(fpga_operation, fpga_opcode_write);
-        fpga.address(fpga_operation, where, 16);
-        fpga.fill(fpga_operation, first, step);
-        EXPECT_EQ(fpga.start(fpga_operation), fpga_operation.done_val);
-        fpga.address(fpga_operation, where + 16 * static_cast<uint32_t>(step), 4);
-        fpga.fill(fpga_operation, second, step);
-        EXPECT_EQ(fpga.start(fpga_operation), fpga_operation.done_val);
-        EXPECT_EQ(fpga.board.image("fpga_flash.bin", where, 20), block);
-
-        fpga.choose(fpga_indirect, fpga_opcode_read);
-        fpga.address(fpga_indirect, where, 20);
-        EXPECT_EQ(fpga.start(fpga_indirect), fpga_indirect.done_val);
-        EXPECT_EQ(fpga.fetch(fpga_indirect, 20, 1), block);
-    }
-    fpga.choose(fpga_indirect, fpga_opcode_write);
-    fpga.address(fpga_indirect, 0x1234, 20);
-    fpga.fill(fpga_indirect, block, 1);
-    EXPECT_EQ(fpga.start(fpga_indirect), fpga_indirect.done_val);
-    fpga.choose(fpga_operation, fpga_opcode_read);
-    fpga.address(fpga_operation, 0x1234, 16);
-    EXPECT_EQ(fpga.start(fpga_operation), fpga_operation.done_val);
-    EXPECT_EQ(fpga.fetch(fpga_operation, 16, 0), first);
-    fpga.address(fpga_operation, 0x1234, 4);
-    EXPECT_EQ(fpga.start(fpga_operation), fpga_operation.done_val);
-    EXPECT_EQ(fpga.fetch(fpga_operation, 4, 0), second);
-}
 
 TEST(Fpga, AnswersAtTheToldPollAndForgetsACommandThatIsGivenUp)
 {

@@ -22,19 +22,6 @@ TEST(Init, KeepsWhatAFolderHolds)
     EXPECT_EQ(run_shell("boardsim init /dev/null/board").status, 1 << 8);
 }
 
-TEST(Init, TheProgramTellsItsCommands)
-{
-    const sim_board board;
-    const run_result help = run_shell("boardsim --help");
-    EXPECT_EQ(help.status, 0);
-    for (const char *word : {"boardsim init", "i2ctool --read", "ipmitool raw", "nvramtool --query"}) {
-        EXPECT_NE(help.out.find(word), std::string::npos) << word;
-    }
-    EXPECT_EQ(run_shell("boardsim nothing").status, 2 << 8);
-    EXPECT_EQ(run_shell("boardsim i2ctool --no_data --bus=3 --addr=0x50").status, 0);
-    EXPECT_EQ(board.commands(), std::vector<std::string>{"i2ctool --no_data --bus=3 --addr=0x50"});
-}
-
 TEST(Init, AToolWithoutABoardTellsSo)
 {
     const run_result run = run_shell("unset BOARDSIM_DIR; " BOARDSIM_BIN "/nvramtool --query --pipe=/tmp/p");

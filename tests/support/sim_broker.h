@@ -4,6 +4,7 @@
 #define TESTS_SUPPORT_SIM_BROKER_H
 
 #include <cstdint>
+#include <cstdio>
 #include <map>
 #include <string>
 #include <vector>
@@ -19,14 +20,13 @@ struct sim_broker {
     sim_broker(const sim_broker &) = delete;
     sim_broker &operator=(const sim_broker &) = delete;
 
-    /// Ends the broker (unless it ends by itself) and waits for it: what it counted, by name. Its exit status
-    /// is then in `status`.
-    std::map<std::string, uint64_t> stop(bool by_itself = false);
+    /// Ends the broker and waits for it: what it counted, by name. Its exit status is then in `status`.
+    std::map<std::string, uint64_t> stop();
     int status = -1; // as waitpid() gives it
 
   private:
     int pid = -1;
-    int output = -1;
+    FILE *output = nullptr;
 };
 
 } // namespace diagtest
