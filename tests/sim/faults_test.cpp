@@ -9,30 +9,6 @@ namespace {
 
 constexpr char read_pin[] = "gpiotool --get --chip=0 --pin=1 --pipe=FIFO";
 
-std::vector<int> statuses(const char *command, int runs)
-{
-    std::vector<int> found;
-    for (int i = 0; i < runs; i++) {
-        const int status = run_shell(command).status;
-        found.push_back(WEXITSTATUS(status));
-    }
-    return found;
-}
-
-TEST(Faults, BeginAfterTheGoodRunsOfTheirTool)
-{
-    const sim_board board;
-    board.set_faults("# the second run of i2ctool and all later ones\n\ni2ctool 1 exit 7 # seven\n"
-                     "lpctool 1 exit 3 once\nlpctool 3 signal 9\n");
-    EXPECT_EQ(statuses("gpiotool --set --chip=0 --pin=1 --val=1", 2), (std::vector{0, 0}));
-    EXPECT_EQ(statuses("i2ctool --no_data --bus=3 --addr=0x50", 3), (std::vector{0, 7, 7}));
-    EXPECT_EQ(statuses("lpctool --write --addr=0x00000000 --size=b --val=", 4),
-              (std::vector{0, 3, 0, 128 + 9}));
-    EXPECT_EQ(board.commands().size(), 9U);
-    board.clear_commands();
-    EXPECT_EQ(statuses("i2ctool --no_data --bus=3 --addr=0x50", 1), std::vector{0});
-}
-
 TEST(Faults, ALateToolHoldsUpNobodyElse)
 {
     const sim_board board;

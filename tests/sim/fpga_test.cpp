@@ -1,51 +1,38 @@
 /* SPDX-License-Identifier: MIT */
-// The simulated FPGA through the mailbox, by broker and by tool.
+// The settings of the simulated FPGA, as they show through the mailbox.
 #include <gtest/gtest.h>
 
 #include <fstream>
 #include <optional>
 
-#include "sim/bus_client.h"
+#include <boarddiag.h>
+
 #include "sim/fpga.h"
 #include "sim/tool_read.h"
-#include "support/sim_broker.h"
 
 using namespace diagtest;
 using namespace boardsim;
 
 namespace {
 
+constexpr struct mbox_info mailbox = {0x80, 0x81, 0x82, 0x83};
+
 struct fpga_bench {
     sim_board board;
-    sim_broker broker;
-    bus_client client{broker.port};
 
     void settings(const std::string &text) const
     {
         std::ofstream(board.folder + "/fpga.cfg") << text;
     }
-    /// The mailbox address in one request, the data in another; the data text of the last answer.
-    [[nodiscard]] std::string access(uint16_t reg, uint32_t type, const char *data) const
-    {
-        char address[40];
-        snprintf(address, sizeof address, "00000080,0002,08,1c,%02x,%02x", reg >> 8, reg & 0xff);
-        EXPECT_NE(client.ask({0, "cpu0", "fpga", 3, 1, address, ""}), "(nothing)");
-        const std::string answer = client.ask({1, "cpu0", "fpga", type, 5, data, ""});
-        return answer.substr(57, answer.size() - 68);
-    }
     [[nodiscard]] bool write(uint16_t reg, uint8_t value) const
     {
-        char data[40];
-        snprintf(data, sizeof data, "00000083,0001,08,1c,%02x", value);
-        return access(reg, 3, data) == "00000083,0001,08,Success,";
+        return lpctool_set_mbox(&mailbox, reg, value, nullptr, nullptr, "", "", 0) == 0;
     }
     [[nodiscard]] std::optional<unsigned> read(uint16_t reg) const
     {
-        const std::string text = access(reg, 2, "00000082,0001,08,10");
-        const size_t value = text.find("Success,1,");
-        return value == std::string::npos
-                   ? std::nullopt
-                   : std::optional<unsigned>(std::stoul(text.substr(value + 10), nullptr, 16));
+        uint8_t value = 0;
+        const bool good = lpctool_get_mbox(&mailbox, reg, &value, nullptr, nullptr, "", "", 0, 0) == 0;
+        return good ? std::optional<unsigned>(value) : std::nullopt;
     }
     void put(uint16_t reg, size_t offset, uint8_t value) const
     {
@@ -151,25 +138,6 @@ TEST(Fpga, FailsTheAccessesThatItsSettingsName)
         fpga.settings(wrong);
         EXPECT_EQ(fpga.read(0x0200), std::nullopt) << wrong;
     }
-}
-
-TEST(Fpga, ToolsAndBrokerReachTheSameFpga)
-{
-    const fpga_bench fpga;
-    fpga.settings("mode_polls=2\nfail=read 0x0400 1\n");
-    const auto write = [](const char *options) {
-        return run_shell(std::string("lpctool --write --size=b ") + options).status;
-    };
-    const char *get = "lpctool --get --addr=0x00000082 --size=b --count=1 --pipe=FIFO";
-    run_result run;
-    EXPECT_EQ(write("--addr=0x00000080 --val=0x4,0x8"), 0);
-    EXPECT_EQ(write("--addr=0x00000083 --val=0xa5"), 0);
-    EXPECT_EQ(fpga.read(fpga_mode_reg), 0U);
-    EXPECT_EQ(read_through_fifo(fpga.board, get, run), bytes{fpga_test_mode_ack});
-    EXPECT_EQ(write("--addr=0x00000080 --val=0x4,0x0"), 0);
-    EXPECT_EQ(read_through_fifo(fpga.board, get, run), bytes{});
-    EXPECT_EQ(run.status, 1 << 8);
-    EXPECT_EQ(fpga.read(0x0400), 0U);
 }
 
 } // namespace
