@@ -1,18 +1,12 @@
 /* SPDX-License-Identifier: MIT */
-// A bus broker client for the simulator's own tests, with its own hand at the wire format.
+// A bus broker client that sends what a test frames and takes what comes.
 #ifndef TESTS_SIM_BUS_CLIENT_H
 #define TESTS_SIM_BUS_CLIENT_H
 
-#include <arpa/inet.h>
-#include <cstdint>
-#include <cstdio>
-#include <poll.h>
 #include <string>
-#include <sys/socket.h>
 #include <unistd.h>
-#include <vector>
 
-#include <zlib.h>
+#include <boarddiag.h>
 
 namespace diagtest {
 
@@ -28,32 +22,29 @@ struct bus_request {
     uint32_t priority = 0;
 };
 
-inline std::string little_endian(uint64_t value, unsigned bytes)
+/// A frame of instance 1; the letter that tells its marks from those of a response is a Q.
+inline std::string bus_frame(const bus_request &r)
 {
-    std::string out;
-    for (; bytes != 0; bytes--, value >>= 8) {
-        out += static_cast<char>(value & 0xff);
-    }
-    return out;
-}
-
-/// A frame of instance 1 between two marks.
-inline std::string bus_frame(const bus_request &r, const char *start = "RQS", const char *end = "RQE")
-{
-    const std::string covered =
-        little_endian(r.tool_id, 1) + little_endian(1, 4) + little_endian(r.transac_id, 4) +
-        little_endian(r.dev_id.size(), 1) + r.dev_id + little_endian(r.dev_name.size(), 1) + r.dev_name +
-        little_endian(r.priority, 4) + little_endian(r.type, 4) + little_endian(r.indication, 1) +
-        little_endian(r.data.size(), 2) + little_endian(r.support.size(), 1) + r.data + r.support;
-    const uLong crc =
-        crc32(0, reinterpret_cast<const Bytef *>(covered.data()), static_cast<uInt>(covered.size()));
-    std::string frame(covered.size() + 100, '\0');
-    const int size = snprintf(frame.data(), frame.size(),
-                              "%s%02x00000001%08x%02zx%s%02zx%s%08x%08x%02x%04zx%02zx%s%s%08lx%s", start,
-                              r.tool_id, r.transac_id, r.dev_id.size(), r.dev_id.c_str(), r.dev_name.size(),
-                              r.dev_name.c_str(), r.priority, r.type, r.indication, r.data.size(),
-                              r.support.size(), r.data.c_str(), r.support.c_str(), crc, end);
-    return frame.substr(0, static_cast<size_t>(size));
+    std::string data = r.data, support = r.support, frame(400, '\0');
+    busbroker_req_resp record = {};
+    record.tool_id = r.tool_id;
+    record.inst_id = 1;
+    record.transac_id = r.transac_id;
+    record.dev_id = r.dev_id.c_str();
+    record.dev_id_len = static_cast<uint8_t>(r.dev_id.size());
+    record.dev_name = r.dev_name.c_str();
+    record.dev_name_len = static_cast<uint8_t>(r.dev_name.size());
+    record.req_prio = r.priority;
+    record.req_type = r.type;
+    record.transac_ind = r.indication;
+    record.data = data.data();
+    record.data_len = static_cast<uint16_t>(data.size());
+    record.support_data = support.data();
+    record.support_data_len = static_cast<uint8_t>(support.size());
+    record.crc = calculate_crc(&record);
+    frame.resize(calculate_req_len_in_ascii(&record));
+    frame_ascii_request(&record, frame.data(), static_cast<int32_t>(frame.size()) + 1);
+    return frame;
 }
 
 /// The response frame that answers `r` with a data text.
@@ -61,38 +52,35 @@ inline std::string bus_response(bus_request r, const std::string &data)
 {
     r.data = data;
     r.support.clear();
-    return bus_frame(r, "RPS", "RPE");
+    std::string frame = bus_frame(r);
+    frame[1] = frame[frame.size() - 2] = 'P';
+    return frame;
 }
 
 struct bus_client {
-    int fd;
+    mutable tool_info tool = {};
 
-    explicit bus_client(uint16_t port) : fd(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0))
+    explicit bus_client(uint16_t port)
     {
-        sockaddr_in to = {};
-        to.sin_family = AF_INET;
-        to.sin_port = htons(port);
-        to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        connect(fd, reinterpret_cast<const sockaddr *>(&to), sizeof to);
+        tool.sock_cfg = {0, 1, 1, "127.0.0.1", port, {}};
+        create_socket(&tool.sock_cfg, &tool.sock_fd, 1);
     }
     ~bus_client()
     {
-        close(fd);
+        close(tool.sock_fd);
     }
     bus_client(const bus_client &) = delete;
     bus_client &operator=(const bus_client &) = delete;
 
     void send_bytes(const std::string &bytes) const
     {
-        send(fd, bytes.data(), bytes.size(), 0);
+        send(tool.sock_fd, bytes.data(), bytes.size(), 0);
     }
-    /// The next datagram; "(nothing)" when none comes in time.
-    [[nodiscard]] std::string receive(int patience_ms = 10000) const
+    /// The next datagram.
+    [[nodiscard]] std::string receive() const
     {
-        char buffer[8192];
-        pollfd ready = {fd, POLLIN, 0};
-        const ssize_t size = poll(&ready, 1, patience_ms) == 1 ? recv(fd, buffer, sizeof buffer, 0) : -1;
-        return size < 0 ? "(nothing)" : std::string(buffer, static_cast<size_t>(size));
+        receive_from_socket(&tool);
+        return {reinterpret_cast<const char *>(tool.rx_buf), tool.rx_len};
     }
     [[nodiscard]] std::string ask(const bus_request &r) const
     {
