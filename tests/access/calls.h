@@ -5,10 +5,7 @@
 
 #include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <sys/wait.h>
-
-#include <boarddiag.h>
 
 #include "support/capture.h"
 #include "support/sim_board.h"

@@ -1,7 +1,4 @@
 /* SPDX-License-Identifier: MIT */
-#include <gtest/gtest.h>
-
-#include <boarddiag.h>
 
 #include "support/capture.h"
 

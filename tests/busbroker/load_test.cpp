@@ -2,7 +2,6 @@
 // A client under load, set up as a program does it, through the simulated broker that loses, doubles, delays
 // and reorders its answers.
 #include <atomic>
-#include <gtest/gtest.h>
 #include <malloc.h>
 #include <thread>
 

@@ -5,13 +5,9 @@
 #define TESTS_BUSBROKER_LOOPBACK_H
 
 #include <arpa/inet.h>
-#include <functional>
-#include <gtest/gtest.h>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include <boarddiag.h>
+#include "support/capture.h"
 
 namespace diagtest {
 

@@ -1,11 +1,9 @@
 /* SPDX-License-Identifier: MIT */
 // The queues and the transmit pass, without threads.
 #include <cstring>
-#include <gtest/gtest.h>
 
 #include "busbroker/loopback.h"
 #include "busbroker/queues.h"
-#include "support/capture.h"
 
 namespace {
 

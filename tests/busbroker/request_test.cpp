@@ -1,11 +1,9 @@
 /* SPDX-License-Identifier: MIT */
 // Requests end to end: a client with its threads, and a broker in the test whose answers are scripted.
 #include <atomic>
-#include <gtest/gtest.h>
 #include <thread>
 
 #include "busbroker/loopback.h"
-#include "support/capture.h"
 
 using diagtest::console_of;
 using diagtest::request_view;

@@ -1,10 +1,8 @@
 /* SPDX-License-Identifier: MIT */
 // Response texts: what each becomes on the response queue.
 #include <cstring>
-#include <gtest/gtest.h>
 
 #include "busbroker/loopback.h"
-#include "support/capture.h"
 
 namespace {
 

@@ -1,9 +1,6 @@
 /* SPDX-License-Identifier: MIT */
-#include <gtest/gtest.h>
 #include <libxml/parser.h>
 #include <unistd.h>
-
-#include <boarddiag.h>
 
 #include "support/capture.h"
 

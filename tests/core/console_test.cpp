@@ -1,8 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-#include <gtest/gtest.h>
 #include <libxml/parser.h>
-
-#include <boarddiag.h>
 
 #include "support/capture.h"
 

@@ -3,13 +3,10 @@
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/time.h>
 #include <termios.h>
 #include <thread>
-
-#include <boarddiag.h>
 
 #include "support/capture.h"
 

@@ -1,10 +1,7 @@
 /* SPDX-License-Identifier: MIT */
 #include <algorithm>
-#include <gtest/gtest.h>
 #include <syslog.h>
 #include <thread>
-
-#include <boarddiag.h>
 
 #include "core/report.h"
 #include "support/capture.h"

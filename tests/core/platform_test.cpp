@@ -2,11 +2,8 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/utsname.h>
-
-#include <boarddiag.h>
 
 #include "support/capture.h"
 

@@ -3,11 +3,8 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <syslog.h>
 #include <unistd.h>
-
-#include <boarddiag.h>
 
 #include "support/capture.h"
 #include "support/sim_board.h"

@@ -1,8 +1,5 @@
 /* SPDX-License-Identifier: MIT */
 #include <algorithm>
-#include <gtest/gtest.h>
-
-#include <boarddiag.h>
 
 #include "support/capture.h"
 

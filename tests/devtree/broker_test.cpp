@@ -1,8 +1,6 @@
 /* SPDX-License-Identifier: MIT */
 #include <algorithm>
-#include <boarddiag.h>
 #include <cstring>
-#include <gtest/gtest.h>
 
 #include "support/capture.h"
 

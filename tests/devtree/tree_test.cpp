@@ -1,7 +1,5 @@
 /* SPDX-License-Identifier: MIT */
 #include <algorithm>
-#include <boarddiag.h>
-#include <gtest/gtest.h>
 #include <random>
 #include <sstream>
 
@@ -9,6 +7,7 @@
 
 using diagtest::console_of;
 using diagtest::error_line;
+using diagtest::told;
 
 static size_t largest_allocation = SIZE_MAX;
 
@@ -83,11 +82,6 @@ platform &make(const std::string &list)
         p.devs[i > 0 ? i - 1 : 0].next = i > 0 ? &p.devs[i] : nullptr;
     }
     return p;
-}
-
-std::string told(uint32_t status, const std::function<uint32_t()> &call)
-{
-    return console_of([&] { EXPECT_EQ(call(), status); });
 }
 
 const std::string long_name(33, 'N'), too_long = " is longer than 32 characters\n";

@@ -29,11 +29,6 @@ uint32_t board::touch(uint32_t addr, uint8_t *byte, bool write)
     return fails ? failures[count++] : (count++, 0);
 }
 
-std::string told(uint32_t status, const std::function<uint32_t()> &call)
-{
-    return diagtest::console_of([&] { EXPECT_EQ(call(), status); });
-}
-
 std::string times(int n, const std::string &text)
 {
     return n > 0 ? text + times(n - 1, text) : "";

@@ -4,11 +4,11 @@
 #ifndef TESTS_FPGA_BOARD_H
 #define TESTS_FPGA_BOARD_H
 
-#include <boarddiag.h>
-#include <gtest/gtest.h>
 #include <map>
 
 #include "support/capture.h"
+
+using diagtest::told;
 
 struct board {
     std::string steps;                // each run of lpctool and each request
@@ -26,8 +26,6 @@ struct board {
 inline board fpga;
 inline constexpr mbox_info test_mbox{0x80, 0x81, 0x82, 0x83};
 
-/// What a call tells; its status has to be the expected one.
-std::string told(uint32_t status, const std::function<uint32_t()> &call);
 std::string times(int n, const std::string &text);
 
 #endif

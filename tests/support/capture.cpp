@@ -98,6 +98,11 @@ std::string console_of(const std::function<void()> &body)
     return capture(body).console;
 }
 
+std::string told(uint32_t status, const std::function<uint32_t()> &call)
+{
+    return console_of([&] { EXPECT_EQ(call(), status); });
+}
+
 std::string error_line(const std::string &function, const std::string &message)
 {
     return "ERROR: " + function + "[#]: ERROR: " + message;

@@ -1,12 +1,16 @@
 /* SPDX-License-Identifier: MIT */
-// Captures what the library tells: standard output, and the calls of the system log, for which this
-// library stands in at link time.
+// What every test of the library starts from: the test framework, the public header, and a capture of what
+// the library tells: standard output, and the calls of the system log, for which this stands in at link time.
 #ifndef TESTS_SUPPORT_CAPTURE_H
 #define TESTS_SUPPORT_CAPTURE_H
 
 #include <functional>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
+
+#include <boarddiag.h>
 
 namespace diagtest {
 
@@ -34,6 +38,9 @@ captured capture(const std::function<void()> &body);
 
 /// The console part of capture() alone.
 std::string console_of(const std::function<void()> &body);
+
+/// The console part of a call that has to return this status.
+std::string told(uint32_t status, const std::function<uint32_t()> &call);
 
 /// An error report as it stands on the console: error_line("f", "m\n") is "ERROR: f[#]: ERROR: m\n".
 std::string error_line(const std::string &function, const std::string &message);

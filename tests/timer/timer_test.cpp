@@ -4,15 +4,13 @@
 #include <chrono>
 #include <cmath>
 #include <csignal>
-#include <gtest/gtest.h>
 #include <thread>
-
-#include <boarddiag.h>
 
 #include "support/capture.h"
 
 using diagtest::console_of;
 using diagtest::error_line;
+using diagtest::told;
 
 namespace {
 
@@ -129,7 +127,7 @@ TEST(InitTimer, FailuresLeaveNoTimerAndTheMaskAsItWas)
     block_only_usr1();
     int marker = 0;
     timer_t timer = &marker;
-    EXPECT_EQ(console_of([&] { EXPECT_EQ(init_timer(1, &timer, 3), DIAG_ERR_INVALID_ARG); }),
+    EXPECT_EQ(told(DIAG_ERR_INVALID_ARG, [&] { return init_timer(1, &timer, 3); }),
               "Only 1mSec, 16mSec, 1Sec timeout types are supported\n");
     EXPECT_EQ(timer, nullptr);
     EXPECT_EQ(blocked(), 1);
@@ -137,7 +135,7 @@ TEST(InitTimer, FailuresLeaveNoTimerAndTheMaskAsItWas)
     timer = &marker;
     EXPECT_EQ(init_timer(7, &timer, 1), 0u);
     EXPECT_EQ(timer, nullptr);
-    EXPECT_EQ(console_of([] { EXPECT_EQ(init_timer(0, nullptr, 0), DIAG_ERR_INVALID_ARG); }),
+    EXPECT_EQ(told(DIAG_ERR_INVALID_ARG, [] { return init_timer(0, nullptr, 0); }),
               error_line("init_timer", "NULL pointer received as timer\n"));
 }
 

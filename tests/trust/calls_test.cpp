@@ -12,7 +12,6 @@
 #include <sys/wait.h>
 
 #include "busbroker/loopback.h"
-#include "support/capture.h"
 #include "support/sim_board.h"
 
 namespace fs = std::filesystem;

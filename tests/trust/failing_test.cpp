@@ -6,7 +6,6 @@
 #include <fstream>
 
 #include "busbroker/loopback.h"
-#include "support/capture.h"
 #include "support/sim_board.h"
 
 using diagtest::error_line;

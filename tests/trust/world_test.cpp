@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
-#include <functional>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
