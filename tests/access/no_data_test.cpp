@@ -1,9 +1,8 @@
 /* SPDX-License-Identifier: MIT */
 // Addressing a device without data, on both of its paths.
-#include <mutex>
-
 #include "access/calls.h"
 #include "busbroker/loopback.h"
+#include "support/sim_broker.h"
 
 namespace {
 
@@ -23,16 +22,8 @@ TEST_F(NoData, WithTheTool)
 
 TEST_F(NoData, WithTheBroker)
 {
-    static std::mutex mutex;                         // guards what the broker's thread sees and answers
-    static auto &seen = *new diagtest::request_view; // the broker outlives static objects
-    static const char *answer = "a,b,c,Success,";
-    tool_info *tool = diagtest::start_client(
-        [](const diagtest::request_view &request) {
-            const std::lock_guard lock(mutex);
-            seen = request;
-            return std::vector<std::string>{answer};
-        },
-        1);
+    const diagtest::sim_broker broker;
+    tool_info *tool = diagtest::start_client(broker.port, 1);
     busbroker_req_resp req{};
     req.tool_id = 3;
     req.transac_id = 1;
@@ -40,23 +31,21 @@ TEST_F(NoData, WithTheBroker)
     req.width = 8;
     req.code = 28;
     req.retry_ms = 1000;
-    const busbroker_dev_info device = {"cpu0", "fpga", &req, tool}, none = {"cpu0", "fpga", nullptr, tool};
+    const busbroker_dev_info device = {"i2c-3-0x50", "rom", &req, tool},
+                             empty = {"i2c-3-0x5f", "", &req, tool}, none = {"cpu0", "fpga", nullptr, tool};
     set_verb_level(0);
     EXPECT_EQ(i2ctool_set_no_data(&device, 0, nullptr, 0), 0u);
-    {
-        const std::lock_guard lock(mutex);
-        EXPECT_EQ(seen.type, uint32_t{BB_REQ_WRITE});
-        EXPECT_EQ(seen.data, "00000010,0001,08,1c,ff");
-        answer = "a,b,c,Busy";
-    }
+    EXPECT_EQ(board.commands().back(), "broker 3 i2c-3-0x50 rom ind=5 00000010,0001,08,1c,ff support=,01");
     EXPECT_EQ(*req.write_data, 0xff); // still there behind the call
     EXPECT_EQ(*req.support_bytes, 0x01);
     EXPECT_EQ(req.support_count, 1);
-    diagtest::console_of(
-        [&] { EXPECT_EQ(i2ctool_set_no_data(&device, 0, nullptr, 0), DIAG_ERR_INVALID_ARG); });
+    diagtest::told(DIAG_ERR_INVALID_ARG, [&] { return i2ctool_set_no_data(&empty, 0, nullptr, 0); });
     const std::string refused = error_line("i2ctool_set_no_data", "Rx NULL pointer\n");
-    expect(refused, DIAG_ERR_INVALID_ARG, i2ctool_set_no_data, nullptr, 0, "3", 0x50);
-    expect(refused, DIAG_ERR_INVALID_ARG, i2ctool_set_no_data, &none, 0, "3", 0x50);
+    for (const busbroker_dev_info *info : {static_cast<const busbroker_dev_info *>(nullptr), &none}) {
+        EXPECT_EQ(
+            diagtest::told(DIAG_ERR_INVALID_ARG, [=] { return i2ctool_set_no_data(info, 0, "3", 0x50); }),
+            refused);
+    }
 }
 
 } // namespace
