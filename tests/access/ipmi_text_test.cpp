@@ -11,26 +11,6 @@ using namespace std::string_literals;
 
 namespace {
 
-constexpr int none = -99;
-
-TEST(IpmiText, BusTexts)
-{
-    struct {
-        const char *text;
-        int behind_dash, second_piece; // none: there is none
-    } const cases[] = {
-        {"0-3", 3, 3}, {"1--3", -3, 3}, {"-3", 3, none}, {"3", none, none},     {"", none, none},
-        {"a-b", 0, 0}, {"0-", 0, none}, {"0-5x", 5, 5},  {"--1--12-7", -1, 12},
-    };
-    for (const auto &c : cases) {
-        int behind_dash = none, second_piece = none;
-        EXPECT_EQ(boarddiag::bus_number_behind_dash(c.text, &behind_dash), c.behind_dash != none);
-        EXPECT_EQ(boarddiag::bus_number_of_second_piece(c.text, &second_piece), c.second_piece != none);
-        EXPECT_EQ(behind_dash, c.behind_dash) << c.text;
-        EXPECT_EQ(second_piece, c.second_piece) << c.text;
-    }
-}
-
 TEST(IpmiText, PairsAnywhereInALine)
 {
     struct {

@@ -170,22 +170,6 @@ TEST(Broker, SpoilsAnswersAsItIsTold)
     EXPECT_TRUE(damaged.size() == plain.size() && damaged != plain) << damaged;
 }
 
-TEST(Broker, KeepsTheMailboxAddressesOfItsClientsApart)
-{
-    const sim_board board;
-    board.set_image("fpga.bin", 0x1201, {0x11});
-    board.set_image("fpga.bin", 0x3402, {0x22});
-    const sim_broker broker;
-    const bus_client clients[] = {bus_client(broker.port), bus_client(broker.port)};
-    const char *address[] = {"00000080,0002,08,1c,12,01", "00000080,0002,08,1c,34,02"};
-    const bus_request read = {3, "cpu0", "fpga", 2, 5, "00000082,0001,08,10", ""};
-    for (size_t i = 0; i < 2; i++) {
-        EXPECT_NE(clients[i].ask({1, "cpu0", "fpga", 3, 1, address[i], ""}), "");
-    }
-    EXPECT_EQ(clients[0].ask(read), bus_response(read, read.data + ",Success,1,11"));
-    EXPECT_EQ(clients[1].ask(read), bus_response(read, read.data + ",Success,1,22"));
-}
-
 TEST(Broker, TakesNoWrongCommandLine)
 {
     const sim_board board;

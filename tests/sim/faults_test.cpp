@@ -1,13 +1,11 @@
 /* SPDX-License-Identifier: MIT */
 #include <gtest/gtest.h>
 
-#include "sim/tool_read.h"
+#include "support/sim_board.h"
 
 using namespace diagtest;
 
 namespace {
-
-constexpr char read_pin[] = "gpiotool --get --chip=0 --pin=1 --pipe=FIFO";
 
 TEST(Faults, ALateToolHoldsUpNobodyElse)
 {
@@ -29,10 +27,10 @@ TEST(Faults, AMalformedLineIsTold)
          {"i2ctool 0", "i2ctol 0 silent", "i2ctool x silent", "i2ctool 0 exit", "i2ctool 0 exit 256",
           "i2ctool 0 silent twice", "i2ctool 0 exit 1 once more", "i2ctool -1 silent", "i2ctool 0 garbage"}) {
         board.set_faults("\n" + std::string(line) + "\n");
-        run_result run;
-        EXPECT_EQ(read_through_fifo(board, read_pin, run), bytes()) << line;
+        const run_result run = run_shell("gpiotool --set --chip=0 --pin=1 --val=9");
         EXPECT_EQ(run.status, 2 << 8) << line;
         EXPECT_EQ(run.err, "gpiotool: faults, line 2: not a fault: " + std::string(line) + "\n");
+        EXPECT_EQ(board.image("gpio/0.bin", 1, 1), std::vector<uint8_t>{1});
     }
 }
 

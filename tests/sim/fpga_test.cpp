@@ -8,9 +8,11 @@
 #include <boarddiag.h>
 
 #include "sim/fpga.h"
-#include "sim/tool_read.h"
+#include "support/sim_board.h"
 
 using namespace diagtest;
+
+using bytes = std::vector<uint8_t>;
 using namespace boardsim;
 
 namespace {
@@ -57,11 +59,6 @@ struct fpga_bench {
         put(p.start_reg, 0, p.start_val);
         return read(p.status_reg);
     }
-    void test_mode() const
-    {
-        put(fpga_mode_reg, 0, fpga_test_mode_val);
-        EXPECT_EQ(read(fpga_mode_reg), fpga_test_mode_ack);
-    }
 };
 
 TEST(Fpga, AnswersAtTheToldPollAndForgetsACommandThatIsGivenUp)
@@ -89,31 +86,6 @@ TEST(Fpga, AnswersAtTheToldPollAndForgetsACommandThatIsGivenUp)
     fpga.choose(fpga_operation, fpga_opcode_none);
     EXPECT_EQ(fpga.start(fpga_operation), 0U);
     EXPECT_EQ(fpga.read(fpga_operation.status_reg), 0U);
-}
-
-TEST(Fpga, RefusesWhatItCannotDo)
-{
-    const fpga_bench fpga;
-    const auto status = [&](const fpga_protocol &p, uint8_t device, uint8_t opcode, uint32_t to,
-                            size_t length) {
-        fpga.choose(p, opcode);
-        fpga.put(p.dev_id_reg, 0, device);
-        fpga.address(p, to, length);
-        return fpga.start(p);
-    };
-    EXPECT_EQ(status(fpga_indirect, 2, fpga_opcode_read, 0, 1), fpga_indirect.fail_val);
-    EXPECT_EQ(status(fpga_indirect, 1, 0x77, 0, 1), fpga_indirect.fail_val);
-    EXPECT_EQ(status(fpga_indirect, 1, fpga_opcode_read, 0xfffff, 2), fpga_indirect.fail_val);
-    EXPECT_EQ(status(fpga_indirect, 1, fpga_opcode_read, 0xfffff, 1), fpga_indirect.done_val);
-    EXPECT_EQ(status(fpga_operation, 1, fpga_opcode_read, 0, 1), fpga_operation.fail_val); // normal mode
-    fpga.test_mode();
-    EXPECT_EQ(status(fpga_operation, 1, fpga_opcode_read, 0, 17), fpga_operation.fail_val);
-    EXPECT_EQ(status(fpga_operation, 1, fpga_opcode_read, 0, 16), fpga_operation.done_val);
-    EXPECT_EQ(fpga.read(fpga_first_hidden), std::nullopt);
-
-    fpga.settings("indirect_status=0x81\noperation_status=0x04\n");
-    EXPECT_EQ(status(fpga_indirect, 1, fpga_opcode_erase, 0, 1), 0x81U);
-    EXPECT_EQ(status(fpga_operation, 1, fpga_opcode_none, 0, 1), 0x04U);
 }
 
 TEST(Fpga, FailsTheAccessesThatItsSettingsName)

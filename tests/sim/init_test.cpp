@@ -1,9 +1,11 @@
 /* SPDX-License-Identifier: MIT */
 #include <gtest/gtest.h>
 
-#include "sim/tool_read.h"
+#include "support/sim_board.h"
 
 using namespace diagtest;
+
+using bytes = std::vector<uint8_t>;
 
 namespace {
 

@@ -2,9 +2,11 @@
 // The tools that take options, run as the library runs them.
 #include <gtest/gtest.h>
 
-#include "sim/tool_read.h"
+#include "support/sim_board.h"
 
 using namespace diagtest;
+
+using bytes = std::vector<uint8_t>;
 
 namespace {
 
@@ -13,65 +15,11 @@ constexpr int device = 1 << 8;
 constexpr char eeprom[] = "i2c/3/0x50.bin";
 
 // The options that many command lines share; they may stand in any order.
-const std::string i2c_read = "i2ctool --read --bus=3 --pipe=FIFO ";
 const std::string i2c_write = "i2ctool --write --bus=3 --width=8 ";
 const std::string eeprom_write = i2c_write + "--addr=0x50 ";
 const std::string pci_write = "pcitool --write --bus=0x00 --dev=0x1f --func=0x00 ";
 const std::string lpc_write = "lpctool --write --addr=0x00000100 ";
 const std::string one_lpc_byte = "lpctool --get --addr=0x00000000 --size=b --count=1 --pipe=";
-
-struct read_case {
-    std::string command;
-    bytes expected;
-};
-
-TEST(Tools, ReadsBringTheBytesOfTheImages)
-{
-    const sim_board board;
-    board.set_image("mem.bin", 0xfffffff8, {1, 2, 3, 4, 5, 6, 7, 8});
-    const read_case cases[] = {
-        {"i2ctool --read --bus=0-3 --addr=0x50 --count=1 --pipe=FIFO --width=8 --no_control --reg=0x41",
-         {0x41}},
-        {i2c_read + "--addr=0x50 --count=2 --width=8 --regblock=0x40", {0x40, 0x41}},
-        {i2c_read + "--addr=0x48 --count=2 --width=16 --reg=0x03", {0x50, 0x00}},
-        {"memtool --get --addr=0xfffffff8 --count=2 --width=32 --pipe=FIFO --be", {4, 3, 2, 1, 8, 7, 6, 5}},
-        {"memtool --get --addr=0xfffffff8 --count=1 --width=64 --pipe=FIFO --be", {8, 7, 6, 5, 4, 3, 2, 1}},
-    };
-    for (const read_case &c : cases) {
-        run_result run;
-        EXPECT_EQ(read_through_fifo(board, c.command, run), c.expected) << c.command;
-        EXPECT_EQ(run.status, 0) << c.command << run.err;
-    }
-}
-
-struct write_case {
-    const char *image;
-    uint64_t offset;
-    bytes expected; // from offset on
-    std::string command;
-};
-
-TEST(Tools, WritesChangeTheImagesAndNothingBeside)
-{
-    const sim_board board;
-    const write_case cases[] = {
-        {eeprom,
-         0x50,
-         {0x0f, 0x51},
-         eeprom_write + "--flag= --busbroker_req --no_control --reg=0x50 --val=0x0f"},
-        {"i2c/3/0x51.bin", 0x202, {0x77, 0x05}, i2c_write + "--addr=0x51 --reg16=0x0202 --val=0x77 --reg_le"},
-        {"i2c/3/0x51.bin", 0x300, {0x77, 0x04}, i2c_write + "--addr=0x51 --regblock=0x0300 --val=0x77"},
-        {"i2c/3/0x52.bin", 0, {0x05, 0xff}, i2c_write + "--addr=0x52 --flag=pec --reg=0x00 --val=0x05"},
-        {"lpc.bin", 0xff, {0, 1, 0x20, 0xff, 0}, lpc_write + "--size=b --busbroker_req  --val=0x1,0x20,0xff"},
-        {"mem.bin", 0x80000200, bytes(8, 0xff),
-         "memtool --write --busbroker --addr=0x80000200 --width=64 --val=0xffffffffffffffff"},
-    };
-    for (const write_case &c : cases) {
-        const run_result run = run_shell(c.command);
-        EXPECT_EQ(run.status, 0) << c.command << run.err;
-        EXPECT_EQ(board.image(c.image, c.offset, c.expected.size()), c.expected) << c.command;
-    }
-}
 
 TEST(Tools, RefuseEveryOtherSpelling)
 {
