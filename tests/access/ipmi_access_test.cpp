@@ -198,6 +198,7 @@ TEST_F(IpmiAccess, BridgedRefusals)
         {"0", &bad, 1, 0, "Invalid width size 5\n", minus_one},
         {"0", &regblk_datablk, 1, 0, "Invalid Addressing mode 2\n", minus_one},
         {"-3", &reg8_data8, 1, 0, "Invalid ipmi i2c bus Format \n", DIAG_ERR_INVALID_ARG},
+        {"-", &reg8_data8, 1, 0, "Invalid ipmi i2c bus Format \n", DIAG_ERR_INVALID_ARG},
         {long_bus.c_str(), &reg8_data8, 1, 0, "Ipmi i2c bus text is longer than 29 characters\n",
          DIAG_ERR_INVALID_ARG},
         {"0-3", &reg8_data8, 29, 1, "Write of 31 bytes is longer than 30 bytes\n", DIAG_ERR_INVALID_ARG},
