@@ -7,7 +7,7 @@
 #include <arpa/inet.h>
 #include <thread>
 
-#include "support/capture.h"
+#include "support/framed.h"
 
 namespace diagtest {
 
@@ -30,16 +30,9 @@ inline std::string response_frame(const request_view &request, std::string data)
 {
     busbroker_req_resp record{};
     record.transac_id = request.transac_id;
-    record.dev_id = record.dev_name = "";
     record.req_type = request.type;
     record.data = data.data();
-    record.data_len = static_cast<uint16_t>(data.size());
-    record.crc = calculate_crc(&record);
-    std::string frame(61 + data.size(), '\0');
-    frame_ascii_request(&record, frame.data(), static_cast<int32_t>(frame.size()));
-    frame.pop_back();
-    frame[1] = frame[frame.size() - 2] = 'P';
-    return frame;
+    return framed(record, true);
 }
 
 inline void serve(int fd, const script &answers)
@@ -100,6 +93,13 @@ inline tool_info *start_client(script answers, int32_t timer_type)
     const tool_info *broker = new_client();
     std::thread([fd = broker->sock_fd, answers = std::move(answers)] { serve(fd, answers); }).detach();
     return start_client(ntohs(broker->sock_cfg.sock_addr.sin_port), timer_type);
+}
+
+inline void forget_requests(tool_info *tool)
+{
+    while (tool->tx_queue != nullptr) {
+        deque_tool_request(tool, tool->tx_queue->transac_id);
+    }
 }
 
 /// Both queues are empty, which is not to change any more.

@@ -35,13 +35,6 @@ std::string pass(tool_info *tool, int ticks = 0)
     return sent;
 }
 
-void empty(tool_info *tool)
-{
-    while (tool->tx_queue != nullptr) {
-        deque_tool_request(tool, tool->tx_queue->transac_id);
-    }
-}
-
 } // namespace
 
 TEST(Queues, WaitingRequestHoldsBackUntilAnsweredOrGivenUp)
@@ -86,7 +79,7 @@ TEST(Queues, PassSkipsFewerThanFiveRequestsThatNobodyWaitsFor)
     EXPECT_EQ(pass(tool), "");
     EXPECT_EQ(pass(tool, 1), "1 2 7 ");
     EXPECT_EQ(pass(tool, 4), "1 2 1 2 7 1 2 1 2 7 ") << "without end";
-    empty(tool);
+    diagtest::forget_requests(tool);
 }
 
 TEST(Queues, TickWakesOnlyForQueuedRequestsAndAgesCountdowns)
@@ -102,7 +95,7 @@ TEST(Queues, TickWakesOnlyForQueuedRequestsAndAgesCountdowns)
         busbroker_tx_queue_timeout_update(tool);
         EXPECT_EQ(tool->tx_queue->countdown, expected);
     }
-    empty(tool);
+    diagtest::forget_requests(tool);
 }
 
 TEST(Receive, EndsTheProcessOnAnEmptyDatagramAfterTheLargestOne)

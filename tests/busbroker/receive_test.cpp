@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: MIT */
 
-#include "support/capture.h"
+#include "support/framed.h"
 
 using diagtest::console_of;
 using diagtest::error_line;
@@ -10,7 +10,7 @@ namespace {
 /// A record, which a test may change, framed between the marks of a response.
 template <typename Change> std::string frame_with(Change change)
 {
-    char text[600], data[] = "00000010,0001,08,1c,Success,1,5a", support[] = ",01,ff";
+    char data[] = "00000010,0001,08,1c,Success,1,5a", support[] = ",01,ff";
     busbroker_req_resp r = {};
     r.tool_id = 3;
     r.inst_id = 0x12345678;
@@ -23,14 +23,7 @@ template <typename Change> std::string frame_with(Change change)
     r.data = data;
     r.support_data = support;
     change(r);
-    r.dev_id_len = uint8_t(strlen(r.dev_id));
-    r.dev_name_len = uint8_t(strlen(r.dev_name));
-    r.data_len = uint16_t(strlen(r.data));
-    r.support_data_len = uint8_t(strlen(r.support_data));
-    r.crc = r.crc != 0 ? r.crc : calculate_crc(&r);
-    const uint32_t length = frame_ascii_request(&r, text, sizeof text);
-    text[1] = text[length - 2] = 'P';
-    return text;
+    return diagtest::framed(r, true);
 }
 
 std::string frame()

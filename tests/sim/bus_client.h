@@ -3,10 +3,9 @@
 #ifndef TESTS_SIM_BUS_CLIENT_H
 #define TESTS_SIM_BUS_CLIENT_H
 
-#include <string>
 #include <unistd.h>
 
-#include <boarddiag.h>
+#include "support/framed.h"
 
 namespace diagtest {
 
@@ -22,29 +21,21 @@ struct bus_request {
     uint32_t priority = 0;
 };
 
-/// A frame of instance 1; the letter that tells its marks from those of a response is a Q.
-inline std::string bus_frame(const bus_request &r)
+inline std::string bus_frame(const bus_request &r, bool is_response = false)
 {
-    std::string data = r.data, support = r.support, frame(400, '\0');
+    std::string data = r.data, support = r.support;
     busbroker_req_resp record = {};
     record.tool_id = r.tool_id;
     record.inst_id = 1;
     record.transac_id = r.transac_id;
     record.dev_id = r.dev_id.c_str();
-    record.dev_id_len = static_cast<uint8_t>(r.dev_id.size());
     record.dev_name = r.dev_name.c_str();
-    record.dev_name_len = static_cast<uint8_t>(r.dev_name.size());
     record.req_prio = r.priority;
     record.req_type = r.type;
     record.transac_ind = r.indication;
     record.data = data.data();
-    record.data_len = static_cast<uint16_t>(data.size());
     record.support_data = support.data();
-    record.support_data_len = static_cast<uint8_t>(support.size());
-    record.crc = calculate_crc(&record);
-    frame.resize(calculate_req_len_in_ascii(&record));
-    frame_ascii_request(&record, frame.data(), static_cast<int32_t>(frame.size()) + 1);
-    return frame;
+    return framed(record, is_response);
 }
 
 /// The response frame that answers `r` with a data text.
@@ -52,9 +43,7 @@ inline std::string bus_response(bus_request r, const std::string &data)
 {
     r.data = data;
     r.support.clear();
-    std::string frame = bus_frame(r);
-    frame[1] = frame[frame.size() - 2] = 'P';
-    return frame;
+    return bus_frame(r, true);
 }
 
 struct bus_client {

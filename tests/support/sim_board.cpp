@@ -3,9 +3,11 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <unistd.h>
 
 namespace diagtest {
 
@@ -36,12 +38,6 @@ std::string text_of(const std::string &path)
     return text.str();
 }
 
-std::string path_now()
-{
-    const char *path = getenv("PATH");
-    return path == nullptr ? "/usr/bin:/bin" : path;
-}
-
 } // namespace
 
 run_result run_shell(const std::string &command)
@@ -57,7 +53,7 @@ run_result run_shell(const std::string &command)
     return result;
 }
 
-sim_board::sim_board() : root(make_root()), folder(root + "/board"), old_path(path_now())
+sim_board::sim_board() : root(make_root()), folder(root + "/board"), old_path(getenv("PATH"))
 {
     const run_result made = run_shell(BOARDSIM_BIN "/boardsim init " + folder);
     if (made.status != 0) {
@@ -97,25 +93,22 @@ void sim_board::set_faults(const std::string &text) const
 
 std::vector<uint8_t> sim_board::image(const std::string &name, uint64_t offset, size_t count) const
 {
-    std::ifstream in(folder + '/' + name, std::ios::binary);
-    in.seekg(static_cast<std::streamoff>(offset));
-    std::string bytes(count, '\0');
-    in.read(bytes.data(), static_cast<std::streamsize>(count));
-    bytes.resize(static_cast<size_t>(in.gcount()));
-    return {bytes.begin(), bytes.end()};
+    std::vector<uint8_t> bytes(count);
+    const int fd = open((folder + '/' + name).c_str(), O_RDONLY | O_CLOEXEC);
+    const ssize_t got = pread(fd, bytes.data(), count, static_cast<off_t>(offset));
+    bytes.resize(got > 0 ? static_cast<size_t>(got) : 0);
+    close(fd);
+    return bytes;
 }
 
 void sim_board::set_image(const std::string &name, uint64_t offset, const std::vector<uint8_t> &bytes) const
 {
-    const fs::path path = folder + '/' + name;
-    fs::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::app).close(); // there from now on
-    std::fstream out(path, std::ios::binary | std::ios::in | std::ios::out);
-    out.seekp(static_cast<std::streamoff>(offset));
-    out.write(std::string(bytes.begin(), bytes.end()).data(), static_cast<std::streamsize>(bytes.size()));
-    if (!out.flush()) {
+    const std::string path = folder + '/' + name;
+    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    if (pwrite(fd, bytes.data(), bytes.size(), static_cast<off_t>(offset)) < 0) {
         give_up(path.c_str());
     }
+    close(fd);
 }
 
 void sim_board::remove_image(const std::string &name) const

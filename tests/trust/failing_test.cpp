@@ -9,6 +9,7 @@
 #include "support/sim_board.h"
 
 using diagtest::error_line;
+using diagtest::forget_requests;
 
 namespace {
 
@@ -81,13 +82,6 @@ busbroker_req_resp read_request(uint8_t flags)
     req.support_bytes = support;
     req.support_count = 1;
     return req;
-}
-
-void forget_requests(tool_info *tool)
-{
-    while (tool->tx_queue != nullptr) {
-        deque_tool_request(tool, tool->tx_queue->transac_id);
-    }
 }
 
 TEST(FailingMemory, Requests)
