@@ -10,6 +10,15 @@
 #include "message.h"
 #include "tools.h"
 
+#ifdef __SANITIZE_ADDRESS__
+// At the end of a tool the search for leaks takes longer than all that the tool does. The simulator's own
+// tests turn it on again.
+extern "C" const char *__asan_default_options()
+{
+    return "detect_leaks=0";
+}
+#endif
+
 namespace {
 
 using namespace boardsim;

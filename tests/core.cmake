@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 diag_test(log_test core/log_test.cpp)
 diag_test(run_test core/run_test.cpp)
-diag_test(startup_test LOCK nvram_pipe core/startup_test.cpp)
+diag_test(startup_test RESOURCE_LOCK nvram_pipe core/startup_test.cpp)
 diag_test(text_test core/text_test.cpp)
 diag_test(bits_test core/bits_test.cpp)
 diag_test(console_test core/console_test.cpp)
