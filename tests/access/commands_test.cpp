@@ -155,10 +155,7 @@ TEST_F(Commands, MemoryRefusals)
 {
     const std::vector<uint64_t> many(501, 5);
     const std::string head = "memtool --write --addr=0x00000010 --width=";
-    std::string list = "0x5";
-    for (int i = 1; i < 501; i++) {
-        list += ",0x5";
-    }
+    const std::string list = "0x5" + diagtest::times(500, ",0x5");
     const auto refused = [&](const std::string &told, uint32_t status, int32_t width, int32_t count) {
         expect(told, status, memtool_set, 0x10, width, many.data(), count, 0);
     };

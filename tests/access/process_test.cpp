@@ -17,13 +17,6 @@ class Process : public Calls {
         EXPECT_GT(waitpid(-1, &status, 0), 0);
         return WEXITSTATUS(status);
     }
-
-    std::string arguments() const
-    {
-        std::string text;
-        std::getline(std::ifstream(path), text);
-        return text;
-    }
 };
 
 TEST_F(Process, ArgumentVectors)
@@ -46,7 +39,7 @@ TEST_F(Process, ArgumentVectors)
     for (const auto &c : cases) {
         EXPECT_EQ(c.call(program.c_str(), c.argument, c.extra), 0u);
         EXPECT_EQ(ended(), 0);
-        EXPECT_EQ(arguments(), c.expected + "[environment]");
+        EXPECT_EQ(diagtest::text_of(path), c.expected + "[environment]");
     }
 }
 

@@ -131,7 +131,7 @@ TEST(Frame, RefusedRequestsLeaveNothingStale)
     EXPECT_EQ(r.record.support_data_len, 255);
     for (busbroker_req_resp *req : {static_cast<busbroker_req_resp *>(nullptr), &r.record}) {
         EXPECT_EQ(
-            console_of([&] { EXPECT_EQ(update_request(req, "", nullptr, 0, 0, 0), DIAG_ERR_INVALID_ARG); }),
+            diagtest::told(DIAG_ERR_INVALID_ARG, [&] { return update_request(req, "", nullptr, 0, 0, 0); }),
             error_line("update_request", "NULL pointers received as inputs\n"));
     }
     EXPECT_TRUE(r.record.data == nullptr && r.record.crc == 0 && r.record.data_len == 0);

@@ -44,7 +44,7 @@ void write_and_read(tool_info *tool, busbroker_req_resp *req, uint32_t place)
 
 void load(tool_info *tool, uint32_t first, uint32_t count)
 {
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (uint32_t caller = 0; caller < callers; caller++) {
         threads.emplace_back([=] {
             busbroker_req_resp req{};
@@ -55,9 +55,7 @@ void load(tool_info *tool, uint32_t first, uint32_t count)
             }
         });
     }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
+    threads.clear();
     EXPECT_TRUE(diagtest::is_idle(tool));
 }
 

@@ -35,9 +35,8 @@ void check(const row &expected)
     response.transac_id = 7;
     response.req_type = expected.type;
     response.data = data.data();
-    EXPECT_EQ(diagtest::console_of([&] {
-                  EXPECT_EQ(busbroker_parse_update_queues(tool, nullptr, &response), expected.result);
-              }),
+    EXPECT_EQ(diagtest::told(expected.result,
+                             [&] { return busbroker_parse_update_queues(tool, nullptr, &response); }),
               expected.console);
     const busbroker_rx_node *node = tool->rx_queue;
     EXPECT_EQ(node != nullptr ? node->status : 0, expected.status);

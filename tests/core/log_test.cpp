@@ -55,7 +55,7 @@ TEST(Log, LongMessagesAreCutAt1023Characters)
 TEST(Log, ReportsOfThreadsDoNotMixOnTheConsole)
 {
     const auto told = capture([] {
-        std::vector<std::thread> threads;
+        std::vector<std::jthread> threads;
         for (int i = 0; i < 4; i++) {
             threads.emplace_back([] {
                 for (int n = 0; n < 200; n++) {
@@ -63,15 +63,8 @@ TEST(Log, ReportsOfThreadsDoNotMixOnTheConsole)
                 }
             });
         }
-        for (auto &thread : threads) {
-            thread.join();
-        }
     });
-    std::string expected;
-    for (int n = 0; n < 800; n++) {
-        expected += diagtest::error_line("f", "m\n");
-    }
-    EXPECT_EQ(told.console, expected);
+    EXPECT_EQ(told.console, diagtest::times(800, diagtest::error_line("f", "m\n")));
 }
 
 TEST(Log, SettingsAndFixedAnswers)

@@ -2,17 +2,14 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
-#include <fcntl.h>
 #include <fstream>
-#include <gtest/gtest.h>
-#include <string>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include "core/command.h"
 #include "core/run.h"
+#include "support/capture.h"
+#include "support/sim_board.h"
 
 using boarddiag::run_command;
 
@@ -61,10 +58,7 @@ TEST(Command, IsSplitOnlyWhenAShellWouldDoNoMore)
 TEST(Command, OfTooManyWordsOrCharactersIsAShellsWork)
 {
     boarddiag::plain_command plain;
-    std::string words;
-    for (size_t i = 0; i < plain.max_words; i++) {
-        words += "a ";
-    }
+    const std::string words = diagtest::times(static_cast<int>(plain.max_words), "a ");
     EXPECT_TRUE(boarddiag::split_plain_command(words.c_str(), &plain));
     EXPECT_FALSE(boarddiag::split_plain_command((words + "a").c_str(), &plain));
     EXPECT_FALSE(boarddiag::split_plain_command(std::string(2048, 'a').c_str(), &plain));
@@ -72,10 +66,8 @@ TEST(Command, OfTooManyWordsOrCharactersIsAShellsWork)
 
 class Run : public testing::Test {
   protected:
-    std::string folder = [] {
-        char name[] = "/tmp/boarddiag-run-XXXXXX";
-        return std::string(mkdtemp(name));
-    }();
+    diagtest::sim_board board;
+    const std::string &folder = board.root;
 
     std::string script(const std::string &name, const std::string &text)
     {
@@ -83,11 +75,6 @@ class Run : public testing::Test {
         std::ofstream(path) << text;
         chmod(path.c_str(), 0755);
         return path;
-    }
-
-    ~Run() override
-    {
-        EXPECT_EQ(system(("rm -r " + folder).c_str()), 0);
     }
 };
 
@@ -115,9 +102,7 @@ TEST_F(Run, RedirectsWithAndWithoutAShell)
     const std::string out = folder + "/out";
     for (const std::string &command : {"echo a b >" + out, "echo 'a b' > " + out}) {
         EXPECT_EQ(run_command(command.c_str()), 0);
-        std::string line;
-        std::getline(std::ifstream(out), line);
-        EXPECT_EQ(line, "a b") << command;
+        EXPECT_EQ(diagtest::text_of(out), "a b\n") << command;
     }
     EXPECT_EQ(run_command(("true > " + folder + "/no/such 2>/dev/null").c_str()) & 0xff, 0);
 }
@@ -131,8 +116,7 @@ TEST_F(Run, KeepsSignalsAsSystemDoes)
     struct sigaction now = {};
     sigaction(SIGINT, nullptr, &now);
     EXPECT_EQ(now.sa_handler, SIG_DFL);
-    std::string ignored;
-    std::getline(std::ifstream(folder + "/ignored"), ignored);
+    const std::string ignored = diagtest::text_of(folder + "/ignored");
     EXPECT_EQ(std::stoull(ignored.substr(8), nullptr, 16) & ((1u << (SIGINT - 1)) | (1u << (SIGQUIT - 1))),
               0u);
 }

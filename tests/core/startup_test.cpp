@@ -19,15 +19,6 @@ class Startup : public testing::Test {
   protected:
     diagtest::sim_board board;
 
-    void set(const char *name, const char *value)
-    {
-        if (value != nullptr) {
-            setenv(name, value, 1);
-        } else {
-            unsetenv(name);
-        }
-    }
-
     void set_nvram(uint8_t valid, int32_t verb_level)
     {
         std::vector<uint8_t> fields(sizeof verb_level);
@@ -50,7 +41,7 @@ TEST_F(Startup, VerbosityFromEnvironmentAndNvram)
         {"-1", 1, 90, 0, 90}, {"4294967298", 0, 0, 0, 2}, {"0", 255, 1, 3, 1},
     };
     for (const auto &c : cases) {
-        set("VERB_LEVEL", c.verb_level);
+        c.verb_level != nullptr ? setenv("VERB_LEVEL", c.verb_level, 1) : unsetenv("VERB_LEVEL");
         set_nvram(c.valid, c.nvram);
         set_verb_level(c.before);
         console_of([] { diag_system_init("test"); });
@@ -60,10 +51,10 @@ TEST_F(Startup, VerbosityFromEnvironmentAndNvram)
 
 TEST_F(Startup, OtherSettings)
 {
-    set("LOG_LEVEL", "7");
-    set("CONFIG_DEBUG", "");
-    set("DIAG_DEBUG", "5");
-    set("VERB_LEVEL", "9");
+    setenv("LOG_LEVEL", "7", 1);
+    setenv("CONFIG_DEBUG", "", 1);
+    setenv("DIAG_DEBUG", "5", 1);
+    setenv("VERB_LEVEL", "9", 1);
     set_verb_level(1);
     set_log_level(3);
     const auto told = capture([] { diag_system_init("my_test"); });
@@ -78,9 +69,9 @@ TEST_F(Startup, OtherSettings)
     EXPECT_EQ(get_config_debug_enable(), 1);
     EXPECT_EQ(get_debug_enable(), 5);
 
-    set("LOG_LEVEL", nullptr);
-    set("CONFIG_DEBUG", nullptr);
-    set("DIAG_DEBUG", nullptr);
+    unsetenv("LOG_LEVEL");
+    unsetenv("CONFIG_DEBUG");
+    unsetenv("DIAG_DEBUG");
     set_log_level(3);
     console_of([] { diag_system_init("my_test"); });
     EXPECT_TRUE(capture([] { diag_print(1, "x"); }).log.empty()); // 0 again
@@ -113,8 +104,8 @@ TEST_F(Startup, WhoQueriesHow)
 TEST_F(Startup, AQueryThatFailsLeavesTheRest)
 {
     board.set_faults("nvramtool 0 exit 1\n");
-    set("VERB_LEVEL", "0");
-    set("DIAG_DEBUG", "3");
+    setenv("VERB_LEVEL", "0", 1);
+    setenv("DIAG_DEBUG", "3", 1);
     const auto told = capture([] { diag_system_init("test"); });
     EXPECT_EQ(told.console, error_line("nvramtool_query", "FAILED <<<---\nError Reading from nvram\n"));
     EXPECT_EQ(told.opened.size(), 1u);

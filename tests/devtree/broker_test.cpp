@@ -15,11 +15,6 @@ struct {
 
 int some_timer;
 
-std::string tries(int n, const std::string &failed, const std::string &last)
-{
-    return n > 0 ? failed + tries(n - 1, failed, last) : last;
-}
-
 } // namespace
 
 extern "C" uint32_t __wrap_request_busbroker(busbroker_req_resp *req, tool_info *, const char *dev_id,
@@ -83,8 +78,9 @@ TEST(BusAccess, TriesTenTimesTenSecondsApart)
         const bool answered = answer_at >= 1 && answer_at <= 10;
         EXPECT_EQ(request_bus_dev_access(&req, nullptr, 1, 2, flag, 3, asset_id, "id", "nm", &some_timer),
                   answered ? 0 : DIAG_ERR_FAILED);
-        EXPECT_EQ(broker.calls, tries(answered ? static_cast<int>(answer_at) - 1 : 10, "idnm65;wait 10;",
-                                      answered ? "idnm65;" : ""));
+        EXPECT_EQ(broker.calls,
+                  diagtest::times(answered ? static_cast<int>(answer_at) - 1 : 10, "idnm65;wait 10;") +
+                      (answered ? "idnm65;" : ""));
         for (const auto &sent : broker.sent) {
             EXPECT_TRUE(sent.bus_arg4 == bus_arg4 && sent.asset_id == asset_sent);
             EXPECT_EQ(sent.bus_arg1 + 10 * sent.bus_arg2 + 100 * sent.bus_arg3, bus_arg4 == 5 ? 0 : 321);
@@ -100,15 +96,14 @@ TEST(DynamicId, AnAnswerIsKeptUnderAll32Bits)
     const std::string full(32, 'f');
     const auto ask = [&](int number, uint32_t status) {
         broker.calls.clear();
-        return diagtest::console_of([&] {
-            EXPECT_EQ(
-                request_otf_dev_id(&req, nullptr, "id", "nm", &some_timer, number, 0x1234, &name, &list),
-                status);
+        return diagtest::told(status, [&] {
+            return request_otf_dev_id(&req, nullptr, "id", "nm", &some_timer, number, 0x1234, &name, &list);
         });
     };
     broker = {2, {"-", std::string(33, 'x'), std::string(40, 'x'), full, "B"}, {}, ""};
     EXPECT_EQ(ask(0x10005, 0), "");
-    EXPECT_EQ(broker.calls, tries(3, "idnm55;wait 1;", "idnm55;")) << "a text that is too long is no answer";
+    EXPECT_EQ(broker.calls, diagtest::times(3, "idnm55;wait 1;") + "idnm55;")
+        << "a text that is too long is no answer";
     ASSERT_NE(name, nullptr);
     EXPECT_EQ(name, full);
     EXPECT_EQ(ask(0x20005, 0), "");
@@ -122,7 +117,7 @@ TEST(DynamicId, AnAnswerIsKeptUnderAll32Bits)
     EXPECT_EQ(check_dyn_dev_list(list, 0x10005), nullptr);
     broker = {};
     EXPECT_EQ(ask(0x30005, DIAG_ERR_FAILED), "");
-    EXPECT_EQ(broker.calls, tries(10, "idnm55;wait 1;", ""));
+    EXPECT_EQ(broker.calls, diagtest::times(10, "idnm55;wait 1;"));
     EXPECT_EQ(name, list->name) << "left alone";
     name = update_dyn_dev_id_list(&list, (full + "cut").c_str(), -1);
     EXPECT_TRUE(name == check_dyn_dev_list(list, -1) && name == list->next->next->name && name == full);

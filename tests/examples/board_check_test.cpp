@@ -1,6 +1,5 @@
 /* SPDX-License-Identifier: MIT */
 // The example program on the sample board: each fault of the board fails just the checks that meet it.
-#include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <set>
@@ -16,17 +15,6 @@ using names = std::set<std::string>;
 class BoardCheck : public testing::Test {
   protected:
     diagtest::sim_board board;
-
-    // The checks that fail with a broker of these options beside the board.
-    names failed_with_broker(const std::vector<std::string> &options)
-    {
-        const diagtest::sim_broker broker(options);
-        const std::string path = board.root + "/broker.xml";
-        std::ofstream(path) << "<broker><ip>127.0.0.1</ip><PortNo>" << broker.port
-                            << "</PortNo><inetfamily>ipv4</inetfamily><maxsockcnt>8</maxsockcnt>"
-                               "<sock_type>udp</sock_type></broker>";
-        return failed_checks(path);
-    }
 
     names failed_checks(const std::string &broker_xml = "")
     {
@@ -77,16 +65,12 @@ TEST_F(BoardCheck, EachFaultFailsTheChecksThatMeetIt)
 
 TEST_F(BoardCheck, ThroughTheBroker)
 {
-    EXPECT_EQ(failed_with_broker({"--ack-first=50", "--double=50"}), names{});
-}
-
-// The pauses of the retried requests at their real length.
-TEST_F(BoardCheck, RetriesInRealTime)
-{
-    if (getenv("BOARDDIAG_SLOW_TESTS") == nullptr) {
-        GTEST_SKIP() << "takes 15 s; set BOARDDIAG_SLOW_TESTS to run it";
-    }
-    EXPECT_EQ(failed_with_broker({"--refuse-type=6:1,5:1"}), names{});
+    const diagtest::sim_broker broker({"--ack-first=50", "--double=50"});
+    const std::string path = board.root + "/broker.xml";
+    std::ofstream(path) << "<broker><ip>127.0.0.1</ip><PortNo>" << broker.port
+                        << "</PortNo><inetfamily>ipv4</inetfamily><maxsockcnt>8</maxsockcnt>"
+                           "<sock_type>udp</sock_type></broker>";
+    EXPECT_EQ(failed_checks(path), names{});
 }
 
 } // namespace

@@ -29,11 +29,6 @@ uint32_t board::touch(uint32_t addr, uint8_t *byte, bool write)
     return fails ? failures[count++] : (count++, 0);
 }
 
-std::string times(int n, const std::string &text)
-{
-    return n > 0 ? text + times(n - 1, text) : "";
-}
-
 extern "C" {
 
 uint32_t __wrap_lpctool_set(uint32_t addr, const uint8_t *data, int32_t count, char size, uint8_t busbroker)

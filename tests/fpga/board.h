@@ -8,6 +8,7 @@
 
 #include "support/capture.h"
 
+using diagtest::times;
 using diagtest::told;
 
 struct board {
@@ -25,7 +26,5 @@ struct board {
 };
 inline board fpga;
 inline constexpr mbox_info test_mbox{0x80, 0x81, 0x82, 0x83};
-
-std::string times(int n, const std::string &text);
 
 #endif

@@ -1,13 +1,10 @@
 /* SPDX-License-Identifier: MIT */
 // The settings of the simulated FPGA, as they show through the mailbox.
-#include <gtest/gtest.h>
-
 #include <fstream>
 #include <optional>
 
-#include <boarddiag.h>
-
 #include "sim/fpga.h"
+#include "support/capture.h"
 #include "support/sim_board.h"
 
 using namespace diagtest;
@@ -36,56 +33,46 @@ struct fpga_bench {
         const bool good = lpctool_get_mbox(&mailbox, reg, &value, nullptr, nullptr, "", "", 0, 0) == 0;
         return good ? std::optional<unsigned>(value) : std::nullopt;
     }
-    void put(uint16_t reg, size_t offset, uint8_t value) const
+    void put(std::initializer_list<std::pair<uint16_t, uint8_t>> writes) const
     {
-        EXPECT_TRUE(write(static_cast<uint16_t>(reg + offset), value)) << std::hex << reg + offset;
-    }
-
-    void choose(const fpga_protocol &p, uint8_t opcode) const
-    {
-        put(p.dev_id_reg, 0, fpga_flash_device);
-        put(p.opcode_reg, 0, opcode);
-    }
-    void address(const fpga_protocol &p, uint32_t where, size_t length) const
-    {
-        put(p.data_len_reg, 0, static_cast<uint8_t>(length));
-        for (size_t i = 0; i < 3; i++) {
-            put(p.cmd_reg, i, static_cast<uint8_t>(where >> (8 * i)));
+        for (const auto &[reg, value] : writes) {
+            EXPECT_TRUE(write(reg, value)) << std::hex << reg;
         }
-    }
-    /// Starts the command; the status at the first read.
-    [[nodiscard]] std::optional<unsigned> start(const fpga_protocol &p) const
-    {
-        put(p.start_reg, 0, p.start_val);
-        return read(p.status_reg);
     }
 };
 
 TEST(Fpga, AnswersAtTheToldPollAndForgetsACommandThatIsGivenUp)
 {
     const fpga_bench fpga;
+    constexpr fpga_protocol slow = fpga_indirect, never = fpga_operation;
     fpga.settings("# slow\nindirect_polls=3\nmode_polls=2\noperation_polls=never\n");
-    fpga.choose(fpga_indirect, fpga_opcode_erase);
-    fpga.address(fpga_indirect, 0x20, 1);
-    EXPECT_EQ(fpga.start(fpga_indirect), 0U);
-    EXPECT_EQ(fpga.read(fpga_indirect.status_reg), 0U);
-    EXPECT_EQ(fpga.board.image("fpga_flash.bin", 0x20, 1), bytes{0});
-    EXPECT_EQ(fpga.read(fpga_indirect.status_reg), fpga_indirect.done_val);
+    fpga.put({{slow.dev_id_reg, fpga_flash_device},
+              {slow.opcode_reg, fpga_opcode_erase},
+              {slow.data_len_reg, 1},
+              {slow.cmd_reg, 0x20},
+              {slow.start_reg, slow.start_val}});
+    for (const unsigned shown : {0U, 0U, unsigned{slow.done_val}}) {
+        EXPECT_EQ(fpga.board.image("fpga_flash.bin", 0x20, 1), bytes{0});
+        EXPECT_EQ(fpga.read(slow.status_reg), shown);
+    }
     EXPECT_EQ(fpga.board.image("fpga_flash.bin", 0x20, 2), (bytes{0xff, 0}));
 
-    EXPECT_EQ(fpga.start(fpga_indirect), 0U);
-    fpga.put(fpga_indirect.status_reg, 0, fpga_indirect.reset_val);
+    fpga.put({{slow.start_reg, slow.start_val}});
+    EXPECT_EQ(fpga.read(slow.status_reg), 0U);
+    fpga.put({{slow.status_reg, slow.reset_val}});
     for (int i = 0; i < 4; i++) {
-        EXPECT_EQ(fpga.read(fpga_indirect.status_reg), 0U);
+        EXPECT_EQ(fpga.read(slow.status_reg), 0U);
     }
 
     EXPECT_EQ(fpga.read(fpga_mode_reg), fpga_normal_mode_ack);
-    fpga.put(fpga_mode_reg, 0, fpga_test_mode_val);
+    fpga.put({{fpga_mode_reg, fpga_test_mode_val}});
     EXPECT_EQ(fpga.read(fpga_mode_reg), 0U);
     EXPECT_EQ(fpga.read(fpga_mode_reg), fpga_test_mode_ack);
-    fpga.choose(fpga_operation, fpga_opcode_none);
-    EXPECT_EQ(fpga.start(fpga_operation), 0U);
-    EXPECT_EQ(fpga.read(fpga_operation.status_reg), 0U);
+    fpga.put({{never.dev_id_reg, fpga_flash_device},
+              {never.opcode_reg, fpga_opcode_none},
+              {never.start_reg, never.start_val}});
+    EXPECT_EQ(fpga.read(never.status_reg), 0U);
+    EXPECT_EQ(fpga.read(never.status_reg), 0U);
 }
 
 TEST(Fpga, FailsTheAccessesThatItsSettingsName)

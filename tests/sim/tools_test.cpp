@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-// The tools that take options, run as the library runs them.
+// The simulated board and its tools, run as the library runs them.
 #include <gtest/gtest.h>
 
 #include "support/sim_board.h"
@@ -104,6 +104,69 @@ TEST(Tools, TellOfWhatIsNotThere)
     EXPECT_EQ(run_shell(one_lpc_byte + board.folder + "/short.fifo").status, device);
     EXPECT_EQ(board.image("short.fifo", 0, 2), bytes{1});
     EXPECT_EQ(board.image(eeprom, 0xff, 1), bytes{0xff});
+}
+
+TEST(Init, KeepsWhatAFolderHolds)
+{
+    const sim_board board;
+    board.set_image("gpio/0.bin", 0, {9});
+    const run_result refused = run_shell("boardsim init " + board.folder);
+    EXPECT_EQ(refused.status, 1 << 8);
+    EXPECT_EQ(refused.err, "boardsim: " + board.folder +
+                               " is not empty; --force writes the sample board over what it holds\n");
+    EXPECT_EQ(board.image("gpio/0.bin", 0, 1), bytes{9});
+    EXPECT_EQ(run_shell("boardsim init --force " + board.folder).status, 0);
+    EXPECT_EQ(board.image("gpio/0.bin", 0, 2), (bytes{0, 1}));
+    EXPECT_EQ(run_shell("boardsim init").status, 2 << 8);
+    EXPECT_EQ(run_shell("boardsim init /dev/null/board").status, 1 << 8);
+}
+
+TEST(Init, AToolWithoutABoardTellsSo)
+{
+    const run_result run = run_shell("unset BOARDSIM_DIR; " BOARDSIM_BIN "/nvramtool --query --pipe=/tmp/p");
+    EXPECT_EQ(run.status, 1 << 8);
+    EXPECT_EQ(run.err, "nvramtool: BOARDSIM_DIR names no board; make one with: boardsim init DIR\n");
+}
+
+TEST(Init, RunsAtTheSameTimeLoseNothing)
+{
+    const sim_board board;
+    // Each of these runs reads and writes; with the lock every one of them is counted and whole.
+    board.set_faults("gpiotool 19 exit 5");
+    const run_result run = run_shell("for i in 1 2 3 4 5 6 7 8 9 10; do\n"
+                                     " (gpiotool --set --chip=0 --pin=$i --val=7 || echo failed) &\n"
+                                     " (gpiotool --set --chip=0 --pin=$i --val=7 || echo failed) &\n"
+                                     "done; wait");
+    EXPECT_EQ(run.out, "failed\n");
+    EXPECT_EQ(board.commands().size(), 20U);
+    EXPECT_EQ(board.image("gpio/0.bin", 1, 10), bytes(10, 7));
+}
+
+TEST(Faults, ALateToolHoldsUpNobodyElse)
+{
+    const sim_board board;
+    // The late run would outlast this test's deadline; the others go past it.
+    board.set_faults("i2ctool 0 late 300000 once\ni2ctool 1 late 1");
+    const run_result run = run_shell("i2ctool --write --bus=3 --addr=0x50 --width=8 --reg=0x40 --val=0x02 &\n"
+                                     "until [ -e $BOARDSIM_DIR/commands.log ]; do sleep 0.01; done\n"
+                                     "i2ctool --write --bus=3 --addr=0x50 --width=8 --reg=0x41 --val=0x03\n"
+                                     "ipmitool raw 0x38 0x2 0x3 0x50 0x40 0x2\nkill $!");
+    EXPECT_EQ(run.out, " 40 03\n");
+    EXPECT_EQ(run.status, 0) << run.err;
+}
+
+TEST(Faults, AMalformedLineIsTold)
+{
+    const sim_board board;
+    for (const char *line :
+         {"i2ctool 0", "i2ctol 0 silent", "i2ctool x silent", "i2ctool 0 exit", "i2ctool 0 exit 256",
+          "i2ctool 0 silent twice", "i2ctool 0 exit 1 once more", "i2ctool -1 silent", "i2ctool 0 garbage"}) {
+        board.set_faults("\n" + std::string(line) + "\n");
+        const run_result run = run_shell("gpiotool --set --chip=0 --pin=1 --val=9");
+        EXPECT_EQ(run.status, 2 << 8) << line;
+        EXPECT_EQ(run.err, "gpiotool: faults, line 2: not a fault: " + std::string(line) + "\n");
+        EXPECT_EQ(board.image("gpio/0.bin", 1, 1), std::vector<uint8_t>{1});
+    }
 }
 
 } // namespace

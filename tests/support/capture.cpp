@@ -1,10 +1,10 @@
 /* SPDX-License-Identifier: MIT */
 #include "support/capture.h"
 
-#include <cctype>
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
+#include <regex>
 #include <sys/mman.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -15,17 +15,10 @@ std::mutex log_mutex;
 diagtest::captured current;
 
 // "f[412]: " becomes "f[#]: ", wherever it stands.
-std::string without_lines(std::string text)
+std::string without_lines(const std::string &text)
 {
-    for (size_t open = text.find('['); open != std::string::npos; open = text.find('[', open + 1)) {
-        const size_t close = text.find_first_not_of("0123456789", open + 1);
-        if (open > 0 && isalnum(static_cast<unsigned char>(text[open - 1])) != 0 &&
-            close != std::string::npos && close > open + 1 && text.compare(close, 3, "]: ") == 0) {
-            text.erase(open + 1, close - open - 1);
-            text.insert(open + 1, 1, '#');
-        }
-    }
-    return text;
+    static const std::regex line("([[:alnum:]]\\[)[0-9]+(\\]: )");
+    return std::regex_replace(text, line, "$1#$2");
 }
 
 std::string contents(int fd)
@@ -106,6 +99,11 @@ std::string told(uint32_t status, const std::function<uint32_t()> &call)
 std::string error_line(const std::string &function, const std::string &message)
 {
     return "ERROR: " + function + "[#]: ERROR: " + message;
+}
+
+std::string times(int n, const std::string &text)
+{
+    return n > 0 ? text + times(n - 1, text) : "";
 }
 
 } // namespace diagtest

@@ -30,6 +30,8 @@ std::string make_root()
     return name;
 }
 
+} // namespace
+
 std::string text_of(const std::string &path)
 {
     const std::ifstream in(path, std::ios::binary);
@@ -37,8 +39,6 @@ std::string text_of(const std::string &path)
     text << in.rdbuf();
     return text.str();
 }
-
-} // namespace
 
 run_result run_shell(const std::string &command)
 {

@@ -19,6 +19,9 @@ struct run_result {
 /// Runs a command line through the shell, as the library runs its tools.
 run_result run_shell(const std::string &command);
 
+/// What a file holds.
+std::string text_of(const std::string &path);
+
 /// A fresh sample board: the simulated tools stand first in PATH and BOARDSIM_DIR names it as long as the
 /// record lives. One at a time.
 struct sim_board {

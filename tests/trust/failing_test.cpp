@@ -88,23 +88,12 @@ TEST(FailingMemory, Requests)
 {
     tool_info *tool = diagtest::new_client();
     busbroker_req_resp req = read_request(BB_REQ_NO_WAIT);
-    sweep("update_request", {no_data, no_support}, [&](bool) {
-        const uint32_t status = update_request(&req, "cpu0", "fpga", 0, BB_REQ_READ, 5);
-        EXPECT_EQ(req.support_data != nullptr, status == 0);
-        return status;
-    });
     sweep("request_busbroker", {no_data, no_support, no_frame, no_room}, [&](bool) {
         const uint32_t id = req.transac_id;
         const uint32_t status = request_busbroker(&req, tool, "cpu0", "fpga", 0, BB_REQ_READ, 5);
         EXPECT_TRUE(req.data == nullptr && req.support_data == nullptr);
         EXPECT_EQ(req.transac_id, status == 0 ? id + 1 : id);
         EXPECT_EQ(tool->tx_queue != nullptr, status == 0);
-        forget_requests(tool);
-        return status;
-    });
-    sweep("queue_tx_buf", {no_queue}, [&](bool) {
-        char *frame = strdup("frame"); // the queue's, whatever comes of it
-        const uint32_t status = queue_tx_buf(tool, frame, 5, 0, 0, 7);
         forget_requests(tool);
         return status;
     });

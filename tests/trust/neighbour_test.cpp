@@ -64,9 +64,7 @@ class Neighbour : public Calls {
         EXPECT_EQ(read(0), "");
         EXPECT_EQ(got(2), (bytes{'B', 0xee}));
         EXPECT_FALSE(fs::exists(fs::symlink_status(path)));
-        std::string text;
-        std::getline(std::ifstream(secret), text);
-        EXPECT_EQ(text, "mine");
+        EXPECT_EQ(diagtest::text_of(secret), "mine");
     }
 };
 

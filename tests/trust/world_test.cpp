@@ -101,15 +101,12 @@ class World : public Calls {
     {
         std::vector<result> results(all.size());
         told = diagtest::console_of([&] {
-            std::vector<std::thread> threads;
+            std::vector<std::jthread> threads;
             for (size_t i = 0; i < all.size(); i++) {
                 results[i].data.fill(0xee);
                 threads.emplace_back([&, i] {
                     results[i].status = all[i].call(pipe_of(all[i]).c_str(), results[i].data.data());
                 });
-            }
-            for (std::thread &thread : threads) {
-                thread.join();
             }
         });
         EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child is left";
