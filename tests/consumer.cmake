@@ -1,8 +1,10 @@
 # SPDX-License-Identifier: MIT
-# The public headers as other people's programs see them: C11 and C++17, with the strict warning set.
-add_executable(consumer_c11 consumer/c11.c)
+# The public headers as other people's programs see them: C11, linked by the C compiler alone, and C++17, with
+# the strict warning set.
+configure_file(consumer/program.c ${CMAKE_CURRENT_BINARY_DIR}/program.cpp COPYONLY)
+add_executable(consumer_c11 consumer/program.c)
 set_target_properties(consumer_c11 PROPERTIES LINKER_LANGUAGE C)
-add_executable(consumer_cpp17 consumer/cpp17.cpp)
+add_executable(consumer_cpp17 ${CMAKE_CURRENT_BINARY_DIR}/program.cpp)
 set_target_properties(consumer_cpp17 PROPERTIES CXX_STANDARD 17)
 foreach(consumer IN ITEMS consumer_c11 consumer_cpp17)
   target_link_libraries(${consumer} PRIVATE boarddiag boarddiag_warnings)

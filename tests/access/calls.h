@@ -20,7 +20,7 @@ constexpr uint8_t two[] = {0x01, 0xab};
 class Calls : public testing::Test {
   protected:
     diagtest::sim_board board;
-    std::string path = board.fifo_path("answer");
+    std::string path = board.root + "/answer";
     const char *pipe = path.c_str();
     bytes data = bytes(1024, 0xee);
     uint8_t *dest = data.data();

@@ -18,5 +18,5 @@ cmake --install . --prefix "$PWD/prefix" >/dev/null
 PKG_CONFIG_PATH=$(dirname "$(find "$PWD/prefix" -name boarddiag.pc)")
 export PKG_CONFIG_PATH
 # shellcheck disable=SC2046 # flags are words
-cc "$1/tests/consumer/c11.c" -o c11 $(pkg-config --cflags --libs boarddiag)
-LD_LIBRARY_PATH=$(pkg-config --variable=libdir boarddiag) ./c11
+cc "$1/tests/consumer/program.c" -o program $(pkg-config --cflags --libs boarddiag)
+LD_LIBRARY_PATH=$(pkg-config --variable=libdir boarddiag) ./program

@@ -116,9 +116,4 @@ void sim_board::remove_image(const std::string &name) const
     fs::remove(folder + '/' + name);
 }
 
-std::string sim_board::fifo_path(const std::string &name) const
-{
-    return root + '/' + name;
-}
-
 } // namespace diagtest

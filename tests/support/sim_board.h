@@ -25,7 +25,7 @@ std::string text_of(const std::string &path);
 /// A fresh sample board: the simulated tools stand first in PATH and BOARDSIM_DIR names it as long as the
 /// record lives. One at a time.
 struct sim_board {
-    std::string root;   // the folder of all that the record makes
+    std::string root;   // the folder of all that the record makes; a place for FIFOs
     std::string folder; // the board, in it
 
     sim_board();
@@ -45,9 +45,6 @@ struct sim_board {
     /// Writes bytes; makes the image, or makes it longer, when needed.
     void set_image(const std::string &name, uint64_t offset, const std::vector<uint8_t> &bytes) const;
     void remove_image(const std::string &name) const;
-
-    /// A path for a FIFO, outside the board's folder. The FIFO is not made.
-    [[nodiscard]] std::string fifo_path(const std::string &name) const;
 
   private:
     std::string old_path;

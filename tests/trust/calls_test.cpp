@@ -180,7 +180,7 @@ constexpr uint32_t minus_one = UINT32_MAX, invalid = DIAG_ERR_INVALID_ARG, unusa
 TEST(FailingCalls, OfAccesses)
 {
     const diagtest::sim_board board;
-    const std::string path = board.fifo_path("answer");
+    const std::string path = board.root + "/answer";
     std::array<uint8_t, 16> data{};
     const outcome unopened = {
         unusable, error_line("i2ctool_get", "Could Not open End of i2c Pipe (" + path + ") [/]\n")};

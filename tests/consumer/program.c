@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-/* A test program in C, linked by the C compiler alone. */
+/* A test program that is C11 and C++17 alike. */
 #include <boarddiag.h>
 
 #include <string.h>
@@ -10,7 +10,6 @@ int main(void)
 
     set_debug_enable(1);
     diag_print(1, "%s\n", boarddiag_version());
-    const uint32_t status =
-        i2ctool_get("3", 0x50, 0, &reg16_data8_le, (int32_t)sizeof data, "/tmp/none", data);
+    const uint32_t status = i2ctool_get("3", 0x50, 0, &reg16_data8_le, 4, "/tmp/none", data);
     return strcmp(boarddiag_version(), BOARDDIAG_VERSION) == 0 && status == 0 && data[0] == 0x1a ? 0 : 1;
 }
