@@ -12,6 +12,7 @@ foreach(function IN ITEMS mkfifo open64 fstat64 read poll pipe2 fork waitpid soc
   target_link_options(calls_test PRIVATE LINKER:--wrap=${function})
 endforeach()
 diag_test(world_test trust/world_test.cpp)
+target_compile_definitions(world_test PRIVATE EMULATED=$<BOOL:${CMAKE_CROSSCOMPILING}>)
 diag_test(broker_world_test trust/broker_test.cpp)
 diag_test(neighbour_test trust/neighbour_test.cpp)
 target_link_options(neighbour_test PRIVATE LINKER:--wrap=open64)

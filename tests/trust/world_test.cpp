@@ -14,6 +14,7 @@
 
 namespace {
 
+constexpr bool emulated = EMULATED; // another processor, by an emulator
 constexpr size_t most_bytes = 1068; // of an answer
 using answer = std::array<uint8_t, most_bytes + 1>;
 
@@ -96,10 +97,13 @@ class World : public Calls {
         return folder + "/" + w.name;
     }
 
-    /// Calls all wrappers at once.
+    /// Calls all wrappers at once; under emulation one after another, since an emulator that forks while
+    /// others of its threads translate code leaves a child that waits for their locks for good.
     std::vector<result> call_all()
     {
         std::vector<result> results(all.size());
+        struct sigaction before = {}, now = {};
+        sigaction(SIGINT, nullptr, &before);
         told = diagtest::console_of([&] {
             std::vector<std::jthread> threads;
             for (size_t i = 0; i < all.size(); i++) {
@@ -107,12 +111,14 @@ class World : public Calls {
                 threads.emplace_back([&, i] {
                     results[i].status = all[i].call(pipe_of(all[i]).c_str(), results[i].data.data());
                 });
+                if (emulated) {
+                    threads.back().join();
+                }
             }
         });
         EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child is left";
-        struct sigaction now = {};
         sigaction(SIGINT, nullptr, &now);
-        EXPECT_EQ(now.sa_handler, SIG_DFL) << "however runs with and without a shell overlapped";
+        EXPECT_EQ(now.sa_handler, before.sa_handler) << "however runs with and without a shell overlapped";
         return results;
     }
 
@@ -202,9 +208,8 @@ TEST_F(World, FaultsOfTools)
 
 TEST_F(World, FaultsOfFolders)
 {
-    mode_t mask = 0;
     meet(
-        "umask 077", [&] { mask = umask(077); }, [&] { umask(mask); },
+        "umask 077", [] { umask(077); }, [] { umask(022); },
         [](const wrapper &w) { return of_good_tool(w, 0); });
     meet(
         "no folder", [&] { folder += "/none"; }, [&] { folder = board.root; },
