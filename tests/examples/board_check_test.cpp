@@ -59,7 +59,7 @@ TEST_F(BoardCheck, EachFaultFailsTheChecksThatMeetIt)
         EXPECT_EQ(failed_checks(), c.failed) << c.faults;
     }
     board.set_faults("");
-    board.remove_image("i2c/3/0x52.bin");
+    std::filesystem::remove(board.folder + "/i2c/3/0x52.bin");
     EXPECT_EQ(failed_checks(), names{"ipmi bridged i2c with pec"});
 }
 

@@ -64,7 +64,7 @@ TEST(Tools, TellOfWhatIsNotThere)
     const sim_board board;
     board.set_image("short.fifo", 0, {1});
     board.set_image("i2c/3/0x51.pec", 0, {});
-    board.remove_image("gpio/0.bin");
+    std::filesystem::remove(board.folder + "/gpio/0.bin");
     board.set_image("nvram.bin", 1068, {0});
     const std::string unread = board.root + "/unread";
     ASSERT_EQ(mkfifo(unread.c_str(), 0600), 0);

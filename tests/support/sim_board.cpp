@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
-#include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <sstream>
 #include <unistd.h>
 
@@ -105,15 +105,8 @@ void sim_board::set_image(const std::string &name, uint64_t offset, const std::v
 {
     const std::string path = folder + '/' + name;
     const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
-    if (pwrite(fd, bytes.data(), bytes.size(), static_cast<off_t>(offset)) < 0) {
-        give_up(path.c_str());
-    }
+    EXPECT_GE(pwrite(fd, bytes.data(), bytes.size(), static_cast<off_t>(offset)), 0) << path;
     close(fd);
-}
-
-void sim_board::remove_image(const std::string &name) const
-{
-    fs::remove(folder + '/' + name);
 }
 
 } // namespace diagtest

@@ -4,6 +4,7 @@
 #define TESTS_SUPPORT_SIM_BOARD_H
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -44,7 +45,6 @@ struct sim_board {
     [[nodiscard]] std::vector<uint8_t> image(const std::string &name, uint64_t offset, size_t count) const;
     /// Writes bytes; makes the image, or makes it longer, when needed.
     void set_image(const std::string &name, uint64_t offset, const std::vector<uint8_t> &bytes) const;
-    void remove_image(const std::string &name) const;
 
   private:
     std::string old_path;
