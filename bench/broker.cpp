@@ -35,7 +35,8 @@ void check(bool good, const char *what)
     }
 }
 
-// ---- The answering process: one "Success" for each request ----
+// ---- The answering process: one "Success" for each request, framed anew each time, for both sides alike
+// ----
 
 uint32_t hex_at(const char *frame, int offset)
 {

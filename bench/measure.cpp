@@ -56,7 +56,7 @@ outcome measure(const figure &what, int rounds)
         }
         subjects.push_back(subject);
         references.push_back(reference);
-        ratios.push_back(what.kind == bound::at_most ? subject / reference : reference / subject);
+        ratios.push_back(what.kind == bound::at_least ? reference / subject : subject / reference);
     }
     return {quantile(ratios, 0.5), quantile(ratios, 0.25), quantile(ratios, 0.75), quantile(subjects, 0.5),
             quantile(references, 0.5)};

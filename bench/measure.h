@@ -9,10 +9,11 @@
 
 namespace bench {
 
-enum class bound { at_most, at_least };
+enum class bound { at_most, at_least, none };
 
 /// One figure. `subject` and `reference` each do the same amount of work once per call and return the seconds
-/// that it took; what is reported is subject / reference, or its inverse for a throughput (at_least).
+/// that it took; what is reported is subject / reference, or its inverse for a throughput (at_least). One
+/// without a bound has no target: it tells what a figure above it is made of.
 struct figure {
     std::string name;
     std::string reference_name;
