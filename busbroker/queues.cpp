@@ -52,6 +52,13 @@ busbroker_rx_node *response_node(tool_info *tool, uint32_t transac_id)
     return node;
 }
 
+// An acknowledgment or refusal of a later try, behind the success of an earlier one that the caller has not
+// yet seen, brings no bytes and must not take away those that came.
+bool keeps_bytes(const busbroker_rx_node &response, uint8_t status, const uint8_t *data)
+{
+    return data == nullptr && (response.status & BB_RESP_SUCCESS) != 0 && (status & BB_RESP_SUCCESS) == 0;
+}
+
 struct filing {
     uint32_t result;
     bool completes; // the request has its answer, and somebody waits for it
@@ -67,9 +74,11 @@ filing file_response(tool_info *tool, busbroker_tx_node *request, uint8_t status
         free(data);
         return {DIAG_ERR_NO_MEMORY, false};
     }
-    free(response->data);
-    response->data = data;
-    response->length = length;
+    if (!keeps_bytes(*response, status, data)) {
+        free(response->data);
+        response->data = data;
+        response->length = length;
+    }
     response->status = static_cast<uint8_t>(response->status | status);
     const bool waits = (request->flags & BB_REQ_NO_WAIT) == 0;
     return {0, waits && boarddiag::judge_status(request->flags, response->status) != outcome::pending};
