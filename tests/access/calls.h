@@ -46,10 +46,10 @@ class Calls : public testing::Test {
         return taken;
     }
 
-    /// Puts a shell script in ipmitool's place; its path.
-    std::string become(const std::string &script)
+    /// Puts a shell script in a tool's place; its path.
+    std::string become(const std::string &script, const std::string &name = "ipmitool")
     {
-        const std::string bin = board.root + "/bin", tool = bin + "/ipmitool";
+        const std::string bin = board.root + "/bin", tool = bin + "/" + name;
         std::filesystem::create_directory(bin);
         std::ofstream(tool) << "#!/bin/sh\n" << script << '\n';
         std::filesystem::permissions(tool, std::filesystem::perms::owner_all);

@@ -20,14 +20,14 @@ class Broker : public Calls {
 
     Broker()
     {
-        board.set_image("lpc.bin", 0, {'B', 'O'});
+        board.set_image("lpc.bin", 0, {'B', 'O', 0, 1, 0, 2, 0, 3, 0, 4, 0, 5, 0, 6, 0, 7, 0, 8, 0, 9});
     }
 
     /// Reads two bytes.
-    uint32_t ask(tool_info *tool, uint32_t retry_ms = 60'000)
+    uint32_t ask(tool_info *tool, uint32_t retry_ms = 60'000, uint32_t addr = 0)
     {
         got(0);
-        update_busbroker_req_fields(&req, 0, 2, 8, dest, 0, BB_REQ_READ, 28, nullptr, 0);
+        update_busbroker_req_fields(&req, addr, 2, 8, dest, 0, BB_REQ_READ, 28, nullptr, 0);
         req.retry_ms = retry_ms;
         return request_busbroker(&req, tool, "cpu0", "fpga", 0, BB_REQ_READ, 5);
     }
@@ -55,6 +55,54 @@ TEST_F(Broker, SilentThenStartedAgainThenLate)
     const sim_broker late({port, "--late=100"});
     EXPECT_EQ(ask(tool, 1000), DIAG_ERR_INVALID_ARG) << "given up before the answer comes";
     expect_good(tool);
+}
+
+TEST_F(Broker, SpoiledAnswersAreTakenWholeOrNotAtAll)
+{
+    struct {
+        std::string spoils;
+        uint32_t retry_ms;
+        size_t least, most; // requests that fail, of 30
+        const char *counter;
+    } const cases[] = {
+        {"--split=100", 60'000, 0, 0, "split"},
+        {"--ack-first=100 --join=100", 60'000, 0, 0, "joined"},
+        {"--ack-first=100 --join=50 --split=50 --double=50", 60'000, 0, 0, "joined"},
+        {"--refuse=3", 60'000, 3, 3, "refused"},
+        {"--damage=80", 1000, 1, 29, "damaged"},
+        {"--damage=60 --ack-first=50 --join=50 --split=50", 1000, 1, 29, "damaged"},
+    };
+    set_verb_level(-1);
+    const std::string port = "--port=" + std::to_string(sim_broker().port);
+    tool_info *tool = diagtest::start_client(static_cast<uint16_t>(std::stoi(port.substr(7))), every_ms);
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.spoils);
+        sim_broker broker({port, c.spoils});
+        size_t failed = 0;
+        for (uint32_t i = 0; i < 30; i++) {
+            const uint32_t addr = 2 * (i % 10), status = ask(tool, c.retry_ms, addr);
+            EXPECT_EQ(status, status == 0 ? 0 : DIAG_ERR_INVALID_ARG);
+            EXPECT_EQ(got(2), status == 0 ? board.image("lpc.bin", addr, 2) : bytes(2, 0xee));
+            EXPECT_TRUE(diagtest::is_idle(tool));
+            failed += status == 0 ? 0 : 1;
+        }
+        EXPECT_TRUE(failed >= c.least && failed <= c.most) << failed;
+        EXPECT_GT(broker.stop()[c.counter], 0u);
+        const sim_broker good({port});
+        for (int i = 0; i < 50 && ask(tool, 1000) != 0; i++) { // until a text of a damaged length is full
+        }
+        expect_good(tool);
+    }
+}
+
+TEST_F(Broker, ToolsInheritNoDescriptor)
+{
+    become("ls /proc/self/fd >${5#--pipe=}", "lpctool");
+    ASSERT_EQ(system(("lpctool 1 2 3 4 --pipe=" + path).c_str()), 0);
+    const std::string before = diagtest::text_of(path) + "\xee";
+    diagtest::new_client(); // a socket
+    EXPECT_EQ(lpctool_get(0, 100, 'b', pipe, dest), 0u);
+    EXPECT_EQ(got(before.size()), bytes(before.begin(), before.end()));
 }
 
 TEST_F(Broker, ThatIsNotThereEndsTheProgram)
@@ -91,8 +139,7 @@ TEST_F(Broker, SignalsInterruptNothing)
 {
     become("echo ' 42 4f'");
     std::filesystem::create_symlink("/bin/true", board.root + "/bin/lpctool");
-    std::ofstream(board.root + "/bin/gpiotool") << "#!/bin/sh\nprintf B >${4#--pipe=}\n";
-    std::filesystem::permissions(board.root + "/bin/gpiotool", std::filesystem::perms::owner_all);
+    become("printf B >${4#--pipe=}", "gpiotool");
     static std::atomic<int> ticks{0}; // which go on behind the test
     EXPECT_TRUE(register_timeout_calls(
         1, [](void *n) { static_cast<std::atomic<int> *>(n)->fetch_add(1); }, &ticks));
