@@ -228,6 +228,12 @@ TEST(FailingMemory, MemoryWritesFileNamesAndTimeoutCalls)
     sweep("memtool_set",
           {{UINT32_MAX, error_line("memtool_set", "Could not allocate space for params of memtool\n")}},
           [&](bool) { return memtool_set(0x80000000, 8, &byte, 1, 0); });
+    const std::string path = board.root + "/answer";
+    uint8_t data[2] = {};
+    sweep("i2ctool_get", {}, // as all accesses but the one above
+          [&](bool) { return i2ctool_get("3", 0x50, 0, &reg8_data8, 2, path.c_str(), data); });
+    sweep("ipmitool2_get", {}, [&](bool) { return ipmitool2_get(6, 1, 0, nullptr, 2, data); });
+    sweep("lpctool_set", {}, [&](bool) { return lpctool_set(9, data, 2, 'b', 0); });
     const std::string base = board.root + "/config";
     std::ofstream(base + ".cfg") << "x";
     sweep("build_config_filename",
