@@ -17,6 +17,7 @@ namespace {
 using boarddiag::plain_command;
 
 constexpr const char *shell_path = "/bin/sh";
+constexpr const char *shell_name = "sh"; // by which it tells of itself, as behind system()
 
 // ---- Starting without a shell ----
 
@@ -82,9 +83,9 @@ bool add_redirections(const plain_command *plain, posix_spawn_file_actions_t *ac
 // posix_spawn() or posix_spawnp()
 using spawn_function = decltype(&posix_spawn);
 
-// Starts argv with `actions`; the result is 0 or the number of the error.
-int spawn(spawn_function start, char *const *argv, const posix_spawn_file_actions_t *actions,
-          const run_signals *signals, pid_t *pid)
+// Starts `file` with `actions`; the result is 0 or the number of the error.
+int spawn(spawn_function start, const char *file, char *const *argv,
+          const posix_spawn_file_actions_t *actions, const run_signals *signals, pid_t *pid)
 {
     posix_spawnattr_t attributes;
 
@@ -97,7 +98,7 @@ int spawn(spawn_function start, char *const *argv, const posix_spawn_file_action
         posix_spawnattr_setsigdefault(&attributes, &signals->to_default);
         posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     }
-    error = start(pid, argv[0], actions, &attributes, argv, environ);
+    error = start(pid, file, actions, &attributes, argv, environ);
     posix_spawnattr_destroy(&attributes);
     return error;
 }
@@ -105,22 +106,22 @@ int spawn(spawn_function start, char *const *argv, const posix_spawn_file_action
 int spawn_shell(const char *command, const posix_spawn_file_actions_t *actions, const run_signals *signals,
                 pid_t *pid)
 {
-    char *const argv[] = {const_cast<char *>(shell_path), const_cast<char *>("-c"),
+    char *const argv[] = {const_cast<char *>(shell_name), const_cast<char *>("-c"),
                           const_cast<char *>(command), nullptr};
-    return spawn(posix_spawn, argv, actions, signals, pid);
+    return spawn(posix_spawn, shell_path, argv, actions, signals, pid);
 }
 
 bool spawn_plain(const plain_command *plain, const run_signals *signals, pid_t *pid)
 {
     if (plain->redirect[STDOUT_FILENO] == nullptr && plain->redirect[STDERR_FILENO] == nullptr) {
-        return spawn(posix_spawnp, plain->argv.data(), nullptr, signals, pid) == 0;
+        return spawn(posix_spawnp, plain->argv[0], plain->argv.data(), nullptr, signals, pid) == 0;
     }
     posix_spawn_file_actions_t actions;
     if (posix_spawn_file_actions_init(&actions) != 0) {
         return false;
     }
     const bool started = add_redirections(plain, &actions) &&
-                         spawn(posix_spawnp, plain->argv.data(), &actions, signals, pid) == 0;
+                         spawn(posix_spawnp, plain->argv[0], plain->argv.data(), &actions, signals, pid) == 0;
     posix_spawn_file_actions_destroy(&actions);
     return started;
 }
@@ -178,7 +179,7 @@ bool spawn_output(const char *command, int pipe_end, bool plainly, pid_t *pid)
     bool started = posix_spawn_file_actions_adddup2(&actions, pipe_end, STDOUT_FILENO) == 0;
     if (plainly) {
         started = started && add_redirections(&plain, &actions) &&
-                  spawn(posix_spawnp, plain.argv.data(), &actions, nullptr, pid) == 0;
+                  spawn(posix_spawnp, plain.argv[0], plain.argv.data(), &actions, nullptr, pid) == 0;
     } else {
         started = started && spawn_shell(command, &actions, nullptr, pid) == 0;
     }

@@ -12,6 +12,7 @@
 #include "support/sim_board.h"
 
 using boarddiag::run_command;
+using namespace std::string_literals;
 
 namespace {
 
@@ -132,6 +133,18 @@ std::string output_of(const std::string &command)
     }
     boarddiag::close_output(&output);
     return text;
+}
+
+TEST_F(Run, LeavesAToolThatCannotBeStartedToTheShell)
+{
+    for (const std::string &command : {folder + "/none", "no-such-tool --get"s, "no-such-tool 'x'"s}) {
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(run_command(command.c_str()), 127 << 8);
+        EXPECT_EQ(output_of(command), "");
+        const std::string told = testing::internal::GetCapturedStderr();
+        EXPECT_EQ(told, diagtest::times(2, diagtest::run_shell(command).err));
+    }
+    EXPECT_EQ(output_of(script("bare", "echo of a shell\n")), "of a shell\n"); // without a #! line
 }
 
 TEST_F(Run, HandsNoDescriptorOfTheLibraryOn)
