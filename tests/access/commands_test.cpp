@@ -27,8 +27,6 @@ TEST_F(Commands, I2c)
         {i2ctool_set, 0x18, &regblk_datablk, 0, 0, 0, "8 --regblock=0x0018 --val="},
         {i2ctool_set, 0x18, &reg16_data8_le, -1, 0, 0, "8 --reg16=0x0018 --val= --reg_le"},
         {i2ctool_set_no_cntrl, 0, &reg8_data8, 0, 0, 0, "8 --no_control --reg=0x00 --val="},
-        {i2ctool_set_no_cntrl, 0, &reg8_data8, 0, 0, 1, "8 --busbroker_req --no_control --reg=0x00 --val="},
-        {i2ctool_set_no_cntrl, 0, &reg8_data8, 0, 1, 0, "8 --flag=pec --no_control --reg=0x00 --val="},
         {i2ctool_set_no_cntrl, 0, &reg8_data8, 0, 1, 1,
          "8 --flag=pec --busbroker_req --no_control --reg=0x00 --val="},
     };

@@ -10,12 +10,10 @@ using NoData = Calls;
 
 TEST_F(NoData, WithTheTool)
 {
-    const std::string trace = "i2ctool_set_no_data: i2ctool --no_data --bus=3 --addr=0x5";
     set_debug_enable(1); // this call knows no dry run
-    expect(trace + "0 \n", 0, i2ctool_set_no_data, nullptr, 1, "3", 0x50);
+    expect("i2ctool_set_no_data: i2ctool --no_data --bus=3 --addr=0x50 \n", 0, i2ctool_set_no_data, nullptr,
+           9, "3", 0x50);
     EXPECT_EQ(board.commands().back(), "i2ctool --no_data --bus=3 --addr=0x50");
-    expect(trace + "f \nFAILED <<<---\nError writing to I2C device\n", DIAG_ERR_FAILED, i2ctool_set_no_data,
-           nullptr, 9, "3", 0x5f);
     expect(error_line("i2ctool_set_no_data", "invalid I2C bus path\n"), DIAG_ERR_INVALID_ARG,
            i2ctool_set_no_data, nullptr, 1, nullptr, 0x50);
 }

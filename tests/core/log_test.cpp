@@ -16,13 +16,12 @@ TEST(Log, EachSinkHasItsOwnThreshold)
     struct {
         int verb, log, level;
         bool printed, logged;
-    } const cases[] =
-        {
-            {0, 0, 0, true, true},    {0, 0, 1, false, false},   {3, 0, 2, true, false},
-            {0, 3, 2, false, true},   {-1, -1, 0, false, false}, {7, 0, 7, true, false},
-            {-1, -1, -2, true, true}, // only -1 is the error level
-            {-3, 0, -2, false, true},
-        };
+    } const cases[] = {
+        // Only -1 is the error level.
+        {0, 0, 0, true, true},    {0, 0, 1, false, false},   {3, 0, 2, true, false},
+        {0, 3, 2, false, true},   {-1, -1, 0, false, false}, {7, 0, 7, true, false},
+        {-1, -1, -2, true, true}, {-3, 0, -2, false, true},
+    };
     for (const auto &c : cases) {
         set_verb_level(c.verb);
         set_log_level(c.log);

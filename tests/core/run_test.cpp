@@ -147,14 +147,4 @@ TEST_F(Run, LeavesAToolThatCannotBeStartedToTheShell)
     EXPECT_EQ(output_of(script("bare", "echo of a shell\n")), "of a shell\n"); // without a #! line
 }
 
-TEST_F(Run, HandsNoDescriptorOfTheLibraryOn)
-{
-    const std::string before = output_of("ls /proc/self/fd");
-    boarddiag::command_output open_one{};
-    ASSERT_TRUE(boarddiag::start_output("true", &open_one));
-    EXPECT_EQ(output_of("ls /proc/self/fd"), before);
-    EXPECT_EQ(output_of("ls '/proc/self/fd'"), before); // behind a shell
-    boarddiag::close_output(&open_one);
-}
-
 } // namespace

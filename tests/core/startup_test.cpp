@@ -73,10 +73,16 @@ TEST_F(Startup, OtherSettings)
     unsetenv("CONFIG_DEBUG");
     unsetenv("DIAG_DEBUG");
     set_log_level(3);
-    console_of([] { diag_system_init("my_test"); });
+    setenv("VERB_LEVEL", "0", 1);
+    board.set_faults("nvramtool 0 exit 1\n"); // which leaves the rest
+    EXPECT_EQ(console_of([] { diag_system_init("my_test"); }),
+              error_line("nvramtool_query", "FAILED <<<---\nError Reading from nvram\n"));
     EXPECT_TRUE(capture([] { diag_print(1, "x"); }).log.empty()); // 0 again
     EXPECT_EQ(get_config_debug_enable(), 0);
     EXPECT_EQ(get_debug_enable(), 5);
+    EXPECT_EQ(console_of([] { set_nvram_verb_level(nullptr); }), // told twice
+              error_line("set_nvram_verb_level", "NVRAM is not valid. Could not set Verbosity level\n") +
+                  error_line("set_nvram_verb_level", "NVRAM is not valid\n"));
 }
 
 TEST_F(Startup, WhoQueriesHow)
@@ -99,24 +105,6 @@ TEST_F(Startup, WhoQueriesHow)
         EXPECT_EQ(commands.empty() ? "" : commands.back(), c.command) << c.name;
         EXPECT_FALSE(std::filesystem::exists("/tmp/nvram_pipe") || std::filesystem::exists(own));
     }
-}
-
-TEST_F(Startup, AQueryThatFailsLeavesTheRest)
-{
-    board.set_faults("nvramtool 0 exit 1\n");
-    setenv("VERB_LEVEL", "0", 1);
-    setenv("DIAG_DEBUG", "3", 1);
-    const auto told = capture([] { diag_system_init("test"); });
-    EXPECT_EQ(told.console, error_line("nvramtool_query", "FAILED <<<---\nError Reading from nvram\n"));
-    EXPECT_EQ(told.opened.size(), 1u);
-    EXPECT_EQ(get_debug_enable(), 3);
-}
-
-TEST_F(Startup, ANullRecordIsReportedTwice)
-{
-    EXPECT_EQ(console_of([] { set_nvram_verb_level(nullptr); }),
-              error_line("set_nvram_verb_level", "NVRAM is not valid. Could not set Verbosity level\n") +
-                  error_line("set_nvram_verb_level", "NVRAM is not valid\n"));
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include "access/calls.h"
 #include "busbroker/loopback.h"
+#include "core/run.h"
 #include "support/sim_broker.h"
 
 namespace {
@@ -40,31 +41,14 @@ class Broker : public Calls {
     }
 };
 
-TEST_F(Broker, SilentThenStartedAgainThenLate)
+TEST_F(Broker, SilentLateOrNonsensicalItEndsEachRequestAndLeavesNothing)
 {
-    sim_broker silent({"--silent"});
-    const std::string port = "--port=" + std::to_string(silent.port);
-    tool_info *tool = diagtest::start_client(silent.port, every_ms);
-    EXPECT_EQ(ask(tool, 1000), DIAG_ERR_INVALID_ARG);
-    EXPECT_EQ(got(1), bytes{0xee});
-    silent.stop();
-    {
-        const sim_broker again({port});
-        expect_good(tool);
-    }
-    const sim_broker late({port, "--late=100"});
-    EXPECT_EQ(ask(tool, 1000), DIAG_ERR_INVALID_ARG) << "given up before the answer comes";
-    expect_good(tool);
-}
-
-TEST_F(Broker, SpoiledAnswersAreTakenWholeOrNotAtAll)
-{
-    struct {
-        std::string spoils;
-        uint32_t retry_ms;
-        size_t least, most; // requests that fail, of 30
-        const char *counter;
-    } const cases[] = {
+    // What is spoiled, a request's patience, how many of 30 fail at least and at most, what counts the
+    // spoiling.
+    const std::tuple<std::string, uint32_t, size_t, size_t, const char *> cases[] = {
+        {"--silent", 1000, 30, 30, "swallowed"},
+        {"--late=100", 1000, 1, 30, "delayed"}, // an answer comes when a later request waits
+        {"--late=20", 60'000, 0, 0, "delayed"},
         {"--split=100", 60'000, 0, 0, "split"},
         {"--ack-first=100 --join=100", 60'000, 0, 0, "joined"},
         {"--ack-first=100 --join=50 --split=50 --double=50", 60'000, 0, 0, "joined"},
@@ -75,19 +59,19 @@ TEST_F(Broker, SpoiledAnswersAreTakenWholeOrNotAtAll)
     set_verb_level(-1);
     const std::string port = "--port=" + std::to_string(sim_broker().port);
     tool_info *tool = diagtest::start_client(static_cast<uint16_t>(std::stoi(port.substr(7))), every_ms);
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.spoils);
-        sim_broker broker({port, c.spoils});
+    for (const auto &[spoils, retry_ms, least, most, counter] : cases) {
+        SCOPED_TRACE(spoils);
+        sim_broker broker({port, spoils});
         size_t failed = 0;
         for (uint32_t i = 0; i < 30; i++) {
-            const uint32_t addr = 2 * (i % 10), status = ask(tool, c.retry_ms, addr);
+            const uint32_t addr = 2 * (i % 10), status = ask(tool, retry_ms, addr);
             EXPECT_EQ(status, status == 0 ? 0 : DIAG_ERR_INVALID_ARG);
             EXPECT_EQ(got(2), status == 0 ? board.image("lpc.bin", addr, 2) : bytes(2, 0xee));
             EXPECT_TRUE(diagtest::is_idle(tool));
             failed += status == 0 ? 0 : 1;
         }
-        EXPECT_TRUE(failed >= c.least && failed <= c.most) << failed;
-        EXPECT_GT(broker.stop()[c.counter], 0u);
+        EXPECT_TRUE(failed >= least && failed <= most) << failed;
+        EXPECT_GT(broker.stop()[counter], 0u);
         const sim_broker good({port});
         for (int i = 0; i < 50 && ask(tool, 1000) != 0; i++) { // until a text of a damaged length is full
         }
@@ -100,8 +84,11 @@ TEST_F(Broker, ToolsInheritNoDescriptor)
     become("ls /proc/self/fd >${5#--pipe=}", "lpctool");
     ASSERT_EQ(system(("lpctool 1 2 3 4 --pipe=" + path).c_str()), 0);
     const std::string before = diagtest::text_of(path) + "\xee";
-    diagtest::new_client(); // a socket
+    boarddiag::command_output text{};
+    ASSERT_TRUE(boarddiag::start_output("true", &text)); // a pipe
+    diagtest::new_client();                              // a socket
     EXPECT_EQ(lpctool_get(0, 100, 'b', pipe, dest), 0u);
+    boarddiag::close_output(&text);
     EXPECT_EQ(got(before.size()), bytes(before.begin(), before.end()));
 }
 
