@@ -52,11 +52,11 @@ busbroker_rx_node *response_node(tool_info *tool, uint32_t transac_id)
     return node;
 }
 
-// An acknowledgment or refusal of a later try, behind the success of an earlier one that the caller has not
-// yet seen, brings no bytes and must not take away those that came.
-bool keeps_bytes(const busbroker_rx_node &response, uint8_t status, const uint8_t *data)
+// Whether a caller is on its way to take a success: for whoever answers, its request is over. What is said of
+// a later try of it must not take away the bytes that came.
+bool is_over(const busbroker_tx_node &request, const busbroker_rx_node &response)
 {
-    return data == nullptr && (response.status & BB_RESP_SUCCESS) != 0 && (status & BB_RESP_SUCCESS) == 0;
+    return request.bounded != 0 && request.answered != 0 && (response.status & BB_RESP_SUCCESS) != 0;
 }
 
 struct filing {
@@ -74,11 +74,13 @@ filing file_response(tool_info *tool, busbroker_tx_node *request, uint8_t status
         free(data);
         return {DIAG_ERR_NO_MEMORY, false};
     }
-    if (!keeps_bytes(*response, status, data)) {
-        free(response->data);
-        response->data = data;
-        response->length = length;
+    if (is_over(*request, *response)) {
+        free(data);
+        return {0, false};
     }
+    free(response->data);
+    response->data = data;
+    response->length = length;
     response->status = static_cast<uint8_t>(response->status | status);
     const bool waits = (request->flags & BB_REQ_NO_WAIT) == 0;
     return {0, waits && boarddiag::judge_status(request->flags, response->status) != outcome::pending};

@@ -61,6 +61,7 @@ TEST(Queues, WaitingRequestHoldsBackUntilAnsweredOrGivenUp)
     char buf[8] = "";
     EXPECT_EQ(file(tool, BB_RESP_SUCCESS, 2, "older"), 0u);
     EXPECT_EQ(file(tool, BB_RESP_ACK, 2, "bytes"), 0u);
+    tool->tx_queue->bounded = 1, tool->tx_queue->resp_room = sizeof buf; // of a caller that is on its way
     EXPECT_EQ(enqueue_rx_queues(tool, BB_RESP_ACK, 2, nullptr, 0), 0u) << "leaves the bytes of the success";
     EXPECT_EQ(check_resp_buf(tool, 3, nullptr), DIAG_ERR_INVALID_ARG) << "given up";
     EXPECT_EQ(check_resp_buf(tool, 2, reinterpret_cast<uint8_t *>(buf)), 0u) << "a filed answer comes first";

@@ -5,6 +5,8 @@
 #include <array>
 #include <csignal>
 #include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
@@ -232,6 +234,20 @@ TEST_F(World, FaultsOfFolders)
     meet(
         "no folder", [&] { folder += "/none"; }, [&] { folder = board.root; },
         [](const wrapper &w) { return refused(w, w.create_failed); });
+}
+
+TEST_F(World, AFullFileSystem)
+{
+    const std::string full = board.root + "/full";
+    std::filesystem::create_directory(full);
+    if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        mount("none", full.c_str(), "tmpfs", 0, "size=4k,nr_inodes=1") != 0) {
+        GTEST_SKIP() << "no file system can be mounted here (root may)";
+    }
+    meet(
+        "full", [&] { folder = full; }, [&] { folder = board.root; },
+        [](const wrapper &w) { return refused(w, w.create_failed); });
+    umount(full.c_str());
 }
 
 TEST_F(World, NoDescriptorLeft)
