@@ -144,7 +144,7 @@ struct lpc_indr_info {
  * @param busbroker non-zero: go through the bus broker.
  * @return 0; #DIAG_ERR_INVALID_ARG when `info`, or its `data` with bytes to move, is null or `cmd_len` is
  *         above 3 (nothing accessed), or when the status shows no bit of `done_mask` (the flag is cleared
- *         again, `data` untouched); or the status of the mailbox access that failed.
+ *         again, `data` untouched); or the status of lpctool_get_mbox() or lpctool_set_mbox() that failed.
  *
  * Not to run concurrently with other accesses of the FPGA.
  */
@@ -166,7 +166,7 @@ uint32_t lpctool_indr_read(const struct lpc_indr_info *info, struct busbroker_re
  * @param timer     polling timer (init_timer() mode 0) of the pauses when `busbroker` is set; else not used.
  * @param busbroker non-zero: go through the bus broker.
  * @return 0; #DIAG_ERR_INVALID_ARG as in lpctool_indr_read(), also for a status with a bit of `err_mask`; or
- *         the status of the mailbox access that failed.
+ *         the status of lpctool_get_mbox() or lpctool_set_mbox() that failed.
  *
  * Not to run concurrently with other accesses of the FPGA.
  */
