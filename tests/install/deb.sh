@@ -13,6 +13,9 @@ for package in libboarddiag-dev boarddiag-sim; do
     dpkg-deb --field "$2/${package}"_*.deb Depends Description
     dpkg -x "$2/${package}"_*.deb "$2/root"
 done
+if [ -d "$1/docs/man" ]; then # there once scripts/docs has made them
+    man -M "$2/root/usr/share/man" -w boarddiag boardsim diag_print
+fi
 PKG_CONFIG_PATH=$(dirname "$(find "$2/root" -name boarddiag.pc)")
 export PKG_CONFIG_PATH PATH="$2/root/usr/bin:$PATH"
 exec "$here/guide.sh" "$3" "$2/guide"
