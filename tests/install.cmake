@@ -31,11 +31,20 @@ foreach(page IN ITEMS CONTRIBUTING.md docs/first-test.md docs/own-tools.md docs/
       "PATH=path_list_prepend:${work}/readme/moved/bin;PKG_CONFIG_PATH=set:${work}/readme/moved/lib/pkgconfig")
 endforeach()
 
+install_test(install_package
+  COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/install/package.sh ${work}/readme/moved
+          ${work}/readme/home/board_tests/read_eeprom.c ${work}/package boarddiag
+  PROPERTIES FIXTURES_REQUIRED moved)
+
 install_test(install_packages
   COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/install/deb.sh ${PROJECT_BINARY_DIR} ${work}/deb
           ${PROJECT_SOURCE_DIR}/docs/first-test.md)
+# As FetchContent makes it when nothing is said: an archive, and nothing to install.
 install_test(install_fetched
   COMMAND ${CMAKE_CTEST_COMMAND} --build-and-test ${CMAKE_CURRENT_SOURCE_DIR}/install/fetch ${work}/fetch
+          --build-generator ${CMAKE_GENERATOR} --build-noclean --build-options -DBOARDDIAG_SOURCE=${PROJECT_SOURCE_DIR})
+install_test(install_shared
+  COMMAND ${CMAKE_CTEST_COMMAND} --build-and-test ${CMAKE_CURRENT_SOURCE_DIR}/install/fetch ${work}/shared
           --build-generator ${CMAKE_GENERATOR} --build-noclean --build-options -DBOARDDIAG_SOURCE=${PROJECT_SOURCE_DIR}
           -DBUILD_SHARED_LIBS=ON -DBOARDDIAG_INSTALL=ON
           --test-command ${CMAKE_CURRENT_SOURCE_DIR}/install/shared.sh ${PROJECT_SOURCE_DIR})
