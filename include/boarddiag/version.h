@@ -8,8 +8,22 @@
 
 #include <boarddiag/decls.h>
 
-/** The version of the header that a program was compiled with, "major.minor.patch". */
-#define BOARDDIAG_VERSION "0.1.0"
+/** First number of the version of the header that a program is compiled with; for `#if`, as are the next two.
+ */
+#define BOARDDIAG_VERSION_MAJOR 0
+/** Second number of the version: while the first one is 0, a change of it may break programs. */
+#define BOARDDIAG_VERSION_MINOR 1
+/** Third number of the version. */
+#define BOARDDIAG_VERSION_PATCH 0
+
+/** @cond */
+#define BOARDDIAG_VERSION_TEXT(major, minor, patch) #major "." #minor "." #patch
+#define BOARDDIAG_VERSION_OF(major, minor, patch) BOARDDIAG_VERSION_TEXT(major, minor, patch)
+/** @endcond */
+
+/** The version of the header that a program is compiled with, "major.minor.patch". */
+#define BOARDDIAG_VERSION                                                                                    \
+    BOARDDIAG_VERSION_OF(BOARDDIAG_VERSION_MAJOR, BOARDDIAG_VERSION_MINOR, BOARDDIAG_VERSION_PATCH)
 
 BOARDDIAG_BEGIN_DECLS
 
