@@ -25,7 +25,7 @@ static size_t print_devices(const struct dev_entry *entry, int indent)
 }
 
 /* What is linked below an interface or a channel, one line a node. The depth is that of the identifiers. */
-static size_t print_tree(const struct if_tree *tree, int indent) /* NOLINT(misc-no-recursion) */
+static size_t print_tree(const struct if_tree *tree, int indent)
 {
     size_t count = print_devices(tree->devs, indent);
 

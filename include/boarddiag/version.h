@@ -8,8 +8,7 @@
 
 #include <boarddiag/decls.h>
 
-/** First number of the version of the header that a program is compiled with; for `#if`, as are the next two.
- */
+/** First number of the version of the header that a program is compiled with. */
 #define BOARDDIAG_VERSION_MAJOR 0
 /** Second number of the version: while the first one is 0, a change of it may break programs. */
 #define BOARDDIAG_VERSION_MINOR 1
