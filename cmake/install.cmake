@@ -32,6 +32,7 @@ install(FILES ${PROJECT_BINARY_DIR}/boarddiag.pc DESTINATION ${CMAKE_INSTALL_LIB
 set(source_only "(\\.\\./)*(access|busbroker|core|devtree|fpga|include|tests|timer)/")
 file(GLOB pages RELATIVE ${PROJECT_SOURCE_DIR} CONFIGURE_DEPENDS *.md docs/*.md)
 list(FILTER pages EXCLUDE REGEX "\\.[0-9]\\.md$")
+file(REMOVE_RECURSE ${PROJECT_BINARY_DIR}/pages)
 foreach(page IN LISTS pages)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${page})
   file(READ ${page} text)
