@@ -20,12 +20,17 @@ namespace {
 constexpr int default_rounds = 21;
 constexpr int least_rounds = 11; // that quartiles tell something of
 
-// A folder with the benchmark's tool under the names that the wrappers run.
+// A folder with the benchmark's tool under the names that the wrappers run, and for the FIFOs. It is in
+// memory, as a board's /tmp is: a disk's journal would tell of itself.
 std::string make_tool_folder()
 {
-    char name[] = "/tmp/boarddiag-bench-XXXXXX";
-    const std::string folder = mkdtemp(name);
+    char name[] = "/dev/shm/boarddiag-bench-XXXXXX";
 
+    if (mkdtemp(name) == nullptr) {
+        perror(name);
+        exit(1);
+    }
+    const std::string folder = name;
     for (const char *tool : {"i2ctool", "ipmitool"}) {
         fs::create_symlink(BENCH_TOOL, folder + "/" + tool);
     }
