@@ -75,8 +75,9 @@ TEST_F(Startup, OtherSettings)
     set_log_level(3);
     setenv("VERB_LEVEL", "0", 1);
     board.set_faults("nvramtool 0 exit 1\n"); // which leaves the rest
-    EXPECT_EQ(console_of([] { diag_system_init("my_test"); }),
-              error_line("nvramtool_query", "FAILED <<<---\nError Reading from nvram\n"));
+    const auto less = capture([] { diag_system_init("my_test"); });
+    EXPECT_EQ(less.console, error_line("nvramtool_query", "FAILED <<<---\nError Reading from nvram\n"));
+    EXPECT_EQ(less.opened.size(), 1u);
     EXPECT_TRUE(capture([] { diag_print(1, "x"); }).log.empty()); // 0 again
     EXPECT_EQ(get_config_debug_enable(), 0);
     EXPECT_EQ(get_debug_enable(), 5);

@@ -134,9 +134,10 @@ TEST(Faults, ALateToolHoldsUpNobodyElse)
 {
     const sim_board board;
     board.set_faults("i2ctool 0 late 300000"); // which would outlast this test's deadline
-    const run_result run = run_shell("i2ctool --no_data --bus=3 --addr=0x50 &\n"
-                                     "until [ -e $BOARDSIM_DIR/commands.log ]; do :; done\n"
-                                     "ipmitool raw 0x38 0x2 0x3 0x50 0x40 0x2\nkill $!");
+    const run_result run =
+        run_shell("i2ctool --no_data --bus=3 --addr=0x50 &\n"
+                  "timeout 60 sh -c 'until [ -e $BOARDSIM_DIR/commands.log ]; do :; done'\n"
+                  "ipmitool raw 0x38 0x2 0x3 0x50 0x40 0x2\nkill $!");
     EXPECT_EQ(run.out, " 40 41\n");
     EXPECT_EQ(run.status, 0) << run.err;
 }
