@@ -469,8 +469,8 @@ uint32_t deque_tool_response(struct tool_info *tool, uint32_t transac_id);
 
 /**
  * Files a status for a pending request and wakes its caller when it completes the request; a status for an id
- * that is not pending is dropped. A second status for the same id adds its bits and replaces the bytes. Once
- * a success is filed for a caller that waits in request_busbroker(), its request is not pending any more.
+ * that is not pending is dropped. A second status for the same id adds its bits and replaces the bytes;
+ * behind a success that a caller in request_busbroker() is on its way to take, it is dropped.
  *
  * @param tool       the client.
  * @param status     BB_RESP_ bits.
