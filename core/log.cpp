@@ -9,6 +9,7 @@
 
 #include <boarddiag/core.h>
 
+#include "core/reason.h"
 #include "core/report.h"
 
 using boarddiag::error_level;
@@ -78,23 +79,32 @@ void emit_text(int level, const char *text)
     }
 }
 
-void emit(int level, const char *format, va_list args)
+void format_message(char (&buff)[message_size], const char *format, va_list args)
 {
-    char buff[message_size];
-
     if (vsnprintf(buff, sizeof buff, format, args) < 0) {
         buff[0] = '\0';
     }
-    emit_text(level, buff);
 }
 
 // Apart from diag_print(), which costs next to nothing as long as it needs no room for the text.
 [[gnu::noinline]] void emit_whole(int level, const char *format, va_list args)
 {
+    char buff[message_size];
+
+    format_message(buff, format, args);
+    boarddiag::print_text(level, buff);
+}
+
+// The prefix and the message, with nothing between them.
+void emit_report(int level, const char *function, int line, const char *message)
+{
+    char prefix[message_size];
     output_guard guard;
 
+    snprintf(prefix, sizeof prefix, "%s[%d]: ", function, line);
     begin_output(&guard);
-    emit(level, format, args);
+    emit_text(level, prefix);
+    emit_text(level, message);
     end_output(&guard);
 }
 
@@ -110,17 +120,25 @@ void boarddiag::report(int level, const char *function, int line, const char *fo
     if (!is_message_taken(level)) {
         return;
     }
-    char prefix[message_size];
-    output_guard guard;
+    char message[message_size];
     va_list args;
 
-    snprintf(prefix, sizeof prefix, "%s[%d]: ", function, line);
     va_start(args, format);
-    begin_output(&guard);
-    emit_text(level, prefix);
-    emit(level, format, args);
-    end_output(&guard);
+    format_message(message, format, args);
     va_end(args);
+    emit_report(level, function, line, message);
+}
+
+void boarddiag::report_error(const char *function, int line, const char *format, ...)
+{
+    char message[message_size];
+    va_list args;
+
+    va_start(args, format);
+    format_message(message, format, args);
+    va_end(args);
+    emit_report(error_level, function, line, message);
+    set_reason("%s: %s", function, message);
 }
 
 void boarddiag::print_text(int level, const char *text)

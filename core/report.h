@@ -7,9 +7,13 @@
 
 #include <boarddiag/core.h>
 
-/// Reports an error in two lines of level -1: `function` with the line of this report, then the message.
-/// `function` names the public function that the program called: __func__, or what a shared helper was told.
-#define REPORT_ERROR(function, ...) ::boarddiag::report(-1, (function), __LINE__, __VA_ARGS__)
+/// Reports an error in two lines of level -1: `function` with the line of this report, then the message,
+/// which diag_reason() tells from now on. `function` names the public function that the program called:
+/// __func__, or what a shared helper was told.
+#define REPORT_ERROR(function, ...) ::boarddiag::report_error((function), __LINE__, __VA_ARGS__)
+
+/// The same report of an error that follows from another one, whose reason stays.
+#define REPORT_FOLLOW_UP(function, ...) ::boarddiag::report(-1, (function), __LINE__, __VA_ARGS__)
 
 /// The same two-line form at another level, for traces; filtered like any message of that level.
 #define REPORT_TRACE(function, level, ...) ::boarddiag::report((level), (function), __LINE__, __VA_ARGS__)
@@ -33,6 +37,8 @@ inline constexpr uint32_t status_minus_one = UINT32_MAX;
 /// Emits the prefix and the message; the two stay together on the console when threads report at once.
 /// Use the macros above.
 void report(int level, const char *function, int line, const char *format, ...) BOARDDIAG_PRINTF(4, 5);
+/// report() at the level of errors, whose message is noted as the reason of the failure.
+void report_error(const char *function, int line, const char *format, ...) BOARDDIAG_PRINTF(3, 4);
 
 /// From now on SIGALRM interrupts threads of this process: messages keep it off while they are printed.
 void expect_ticks();

@@ -29,6 +29,34 @@ BOARDDIAG_BEGIN_DECLS
 /** A character is not a hexadecimal digit. */
 #define DIAG_ERR_BAD_HEX_DIGIT 0x86018021u
 
+/**
+ * What a status means, in a few words: those of the codes above, of -1, and of the wait status of a tool, as
+ * in "exit status 1" or "signal 2 (Interrupt)".
+ *
+ * @param status what a function of this library returned.
+ * @return the words, never null; they hold until this thread asks again.
+ *
+ * Thread-safe.
+ */
+const char *diag_status_text(uint32_t status);
+
+/**
+ * Why the calling thread's last failed call failed, in one line without a line end: the command or the
+ * address, what the system said of it, how often it was tried. Characters that do not print are escaped.
+ * Examples:
+ *
+ *     i2ctool --read --bus=3 --addr=0x50 --count=1 --pipe=/tmp/p --width=8 --reg=0x10: exit status 1
+ *     no answer from 127.0.0.1:5000 after 3 sends in 1.5 s
+ *     /tmp/x/pipe: No such file or directory
+ *
+ * A call that succeeds leaves it as it was.
+ *
+ * @return the line, empty before the first failure; it holds until the next failed call of this thread.
+ *
+ * Thread-safe: each thread has its own.
+ */
+const char *diag_reason(void);
+
 /* ---- Messages (core/log) ---- */
 
 /**
