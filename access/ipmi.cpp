@@ -42,14 +42,14 @@ constexpr boarddiag::pipe_frame read_frame = {
     .traced_level = 3,
     .traced = "ipmitool_get: %s\n",
     .start_failed = "shell command(%s) failed\n",
-    .drops_rest = true,
+    .reads_to_end = true,
 };
 
 constexpr boarddiag::pipe_frame raw_frame = {
     .traced_level = 1,
     .traced = read_frame.traced,
     .start_failed = "sys cmd exec failed!\n",
-    .drops_rest = false,
+    .reads_to_end = false,
 };
 
 constexpr boarddiag::run_frame write_frame = {
@@ -208,10 +208,9 @@ bool check_whole_items(const char *function, int32_t count, int size)
     return true;
 }
 
-uint32_t write_items(const char *function, const bus_write *write, int bus, int size)
+uint32_t write_items(const char *function, const bus_write *write, int32_t count, int bus, int size)
 {
     const unsigned request = write_commands[write->flag & pec_flag][size - 1];
-    const int32_t count = std::min(write->count, max_write);
     uint8_t reg = write->reg;
     command_line command;
 
@@ -237,13 +236,14 @@ uint32_t write_bus(const char *function, const bus_write *write)
     if (size == 0 || !check_addressing(function, write->reg_info) || !find_bus(function, write->bus, &bus)) {
         return boarddiag::status_minus_one;
     }
-    if (write->count <= 0) {
+    const int32_t count = std::min(write->count, max_write);
+    if (count <= 0) {
         return 0;
     }
-    if (!check_whole_items(function, write->count, size)) {
+    if (!check_whole_items(function, count, size)) {
         return boarddiag::status_minus_one;
     }
-    return write_items(function, write, bus, size);
+    return write_items(function, write, count, bus, size);
 }
 
 uint32_t write_oem(const char *function, uint8_t addr, uint16_t reg, const uint8_t *data)
@@ -292,7 +292,7 @@ outcome take_raw_text(pipe_text *text, const raw_answer *answer)
     if (line.empty()) {
         return answer->length == 0 ? outcome::good : outcome::failed;
     }
-    diag_print(1, "ipmii2c_get : %s\n", line.data());
+    boarddiag::show_text(1, "ipmii2c_get : %s\n", line);
     if (line.front() != ' ') {
         return line.front() == '\n' ? outcome::done : outcome::refused;
     }

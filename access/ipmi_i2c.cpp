@@ -45,7 +45,7 @@ constexpr boarddiag::pipe_frame read_frame = {
     .traced_level = 1,
     .traced = "ipmii2c_get: %s\n",
     .start_failed = "sys cmd exec failed!\n",
-    .drops_rest = false,
+    .reads_to_end = false,
 };
 
 constexpr boarddiag::run_frame write_frame = {
@@ -204,7 +204,7 @@ uint32_t check_response(std::string_view block, const answer *wanted)
         diag_print(2, "fgets read ERR from the fifo\n");
         return wanted->count == 0 ? 0 : tell_failed_read();
     }
-    diag_print(2, wanted->variant->response_traced, block.data());
+    boarddiag::show_text(2, wanted->variant->response_traced, block);
     if (block.front() != ' ') {
         diag_print(2, "ipmi read data err, 0x%x!\n", static_cast<uint8_t>(block.front()));
         return boarddiag::status_minus_one;

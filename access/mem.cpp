@@ -47,7 +47,7 @@ int64_t bytes_of(int32_t count, int32_t width)
 struct item_list {
     const uint8_t *data;
     int32_t width; // of an item in bits
-    int32_t count; // 0 or more
+    int32_t count;
 };
 
 // The text of the items, as long as they get; an own block because only its end tells whether it fits.
@@ -59,16 +59,16 @@ struct list_text {
 
 bool allocate_text(const item_list *items, list_text *list)
 {
-    const int64_t digits = static_cast<int64_t>(items->width) / 8 * 2;
+    const int64_t characters = static_cast<int64_t>(items->width) / 8 * 2 + 3;
     int64_t size = 0;
 
-    // A width that no item can have is refused at the first item; here it only must not get in the way.
-    if (__builtin_mul_overflow(std::max<int64_t>(digits + 3, 0), items->count, &size) ||
-        static_cast<uint64_t>(size) >= SIZE_MAX) {
+    // A width that no item can have is refused at the first item. A negative size is one that nobody has.
+    if (__builtin_mul_overflow(characters, static_cast<int64_t>(items->count), &size) || size < -1 ||
+        static_cast<uint64_t>(size + 1) >= SIZE_MAX) {
         return false;
     }
-    list->size = static_cast<size_t>(size) + 1;
-    list->text = static_cast<char *>(calloc(list->size, 1));
+    list->size = static_cast<size_t>(size + 1);
+    list->text = static_cast<char *>(calloc(std::max<size_t>(list->size, 1), 1));
     return list->text != nullptr;
 }
 
@@ -81,7 +81,7 @@ void append_items(const item_list *items, list_text *list)
 {
     const size_t item_size = static_cast<size_t>(items->width) / 8;
 
-    for (size_t i = 0; i < static_cast<size_t>(items->count); i++) {
+    for (size_t i = 0; i < static_cast<size_t>(std::max(items->count, 0)); i++) {
         uint64_t item = 0;
         memcpy(&item, items->data + i * item_size, item_size);
         list->length += static_cast<size_t>(
@@ -94,7 +94,7 @@ void append_items(const item_list *items, list_text *list)
 
 uint32_t write_items(const char *function, command_line *command, const item_list *items, list_text *list)
 {
-    if (items->count != 0 && !is_supported_width(items->width)) {
+    if (items->count > 0 && !is_supported_width(items->width)) {
         REPORT_ERROR(function, "Invalid width. Only 8, 16, 32 and 64 are supported widths.\n");
         return DIAG_ERR_FAILED;
     }
@@ -127,7 +127,7 @@ uint32_t memtool_get(uint32_t addr, int32_t count, int32_t width, const char *pi
 
 uint32_t memtool_set(uint32_t addr, int32_t width, const void *data, int32_t count, uint8_t busbroker)
 {
-    const item_list items = {static_cast<const uint8_t *>(data), width, std::max(count, 0)};
+    const item_list items = {static_cast<const uint8_t *>(data), width, count};
     list_text list = {};
     command_line command;
 

@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <poll.h>
 #include <pthread.h>
 
-#include "core/fifo_run.h"
+#include "core/printable.h"
+#include "core/reason.h"
 #include "core/report.h"
 
 namespace {
@@ -16,10 +16,8 @@ using boarddiag::command_line;
 using boarddiag::pipe_call;
 using boarddiag::pipe_text;
 
-// Text that is read beyond the wanted bytes, so that a tool with a little more to say ends by itself.
-constexpr int64_t surplus = int64_t{1024} * 1024;
-// How long a tool may go on printing behind its answer.
-constexpr int64_t rest_limit_ms = 1000;
+// Text that is read beyond the wanted bytes, so that a tool with more to say ends by itself; more than any has.
+constexpr int64_t surplus = int64_t{16} * 1024 * 1024;
 // Characters that a wanted byte takes with its separators, generously.
 constexpr int64_t characters_per_byte = 4;
 
@@ -57,26 +55,20 @@ std::string_view next_piece(pipe_text *text, std::span<char> buffer, bool stops_
     return {buffer.data(), length};
 }
 
-// Whether the output has more to read, or its end, before the deadline.
-bool is_readable(const pipe_text *text, int64_t deadline_ms)
-{
-    struct pollfd output = {text->output.fd, POLLIN, 0};
-    int ready = 0;
-
-    do {
-        const int64_t left = std::max<int64_t>(deadline_ms - boarddiag::now_ms(), 0);
-        ready = poll(&output, 1, static_cast<int>(left));
-    } while (ready < 0 && errno == EINTR);
-    return ready > 0;
-}
-
 void drop_rest(pipe_text *text)
 {
-    const int64_t deadline_ms = boarddiag::now_ms() + rest_limit_ms;
-
-    text->next = text->end;
-    while (is_readable(text, deadline_ms) && fill(text)) {
+    do {
         text->next = text->end;
+    } while (fill(text));
+}
+
+// The status of the tool decides nothing, but may tell why there is no answer.
+void note_end(const command_line *command, uint32_t status, int ended)
+{
+    if (status != 0 && ended != 0) {
+        boarddiag::note_failed_run(command->text, ended);
+    } else if (status != 0) {
+        boarddiag::set_reason("%s: no answer in its output", command->text);
     }
 }
 
@@ -86,14 +78,15 @@ uint32_t run(const pipe_call *call, const command_line *command)
 
     text.left = surplus + std::max<int64_t>(call->wanted, 0) * characters_per_byte;
     if (!start_output(command->text, &text.output)) {
-        REPORT_ERROR(call->function, call->frame->start_failed, command->text);
+        boarddiag::set_reason("%s: %s", command->text, strerror(errno));
+        REPORT_FOLLOW_UP(call->function, call->frame->start_failed, command->text);
         return boarddiag::status_minus_one;
     }
     const uint32_t status = call->consume(&text, call->context);
-    if (call->frame->drops_rest) {
+    if (call->frame->reads_to_end) {
         drop_rest(&text);
     }
-    close_output(&text.output);
+    note_end(command, status, close_output(&text.output));
     return status;
 }
 
@@ -119,4 +112,13 @@ std::string_view boarddiag::next_line(pipe_text *text, std::span<char> buffer)
 std::string_view boarddiag::next_block(pipe_text *text, std::span<char> buffer)
 {
     return next_piece(text, buffer, false);
+}
+
+void boarddiag::show_text(int level, const char *format, std::string_view piece)
+{
+    char shown[shown_size];
+
+    if (is_message_taken(level)) {
+        diag_print(level, format, printable(shown, piece.substr(0, piece.find('\0')), "\n"));
+    }
 }

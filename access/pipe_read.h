@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "core/command.h"
-#include "core/run.h"
+#include "core/output.h"
 
 namespace boarddiag {
 
@@ -17,7 +17,7 @@ struct pipe_frame {
     int traced_level;
     const char *traced;       // shows the command before it starts
     const char *start_failed; // error; may show the command
-    bool drops_rest;          // what follows the answer is read too, so that the tool ends by itself
+    bool reads_to_end;        // what follows the answer is read too, however long it comes, and dropped
 };
 
 /// The output of a running tool. It is never read without end: when the text that was read has grown far
@@ -42,8 +42,8 @@ struct pipe_call {
 };
 
 /// Traces and starts the command, has its output consumed, and closes it: a tool that goes on printing loses
-/// its reader, at once or, when its frame drops the rest, after a second or far too much text. -1 after a
-/// report when it could not be started. The thread is not cancelled meanwhile.
+/// its reader, unless its frame reads to the end. -1 after a report when it could not be started. The thread
+/// is not cancelled meanwhile.
 uint32_t pipe_read(const pipe_call *call, const command_line *command);
 
 /// The next piece of the text in `buffer`, terminated and cut as fgets() does: up to the end of the line or
@@ -51,6 +51,9 @@ uint32_t pipe_read(const pipe_call *call, const command_line *command);
 std::string_view next_line(pipe_text *text, std::span<char> buffer);
 /// The same without regard to lines: as much as there is and fits.
 std::string_view next_block(pipe_text *text, std::span<char> buffer);
+
+/// Shows a piece of text in a message of `level`, up to its first zero; what drives a terminal shows escaped.
+void show_text(int level, const char *format, std::string_view piece);
 
 } // namespace boarddiag
 

@@ -2,6 +2,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <pthread.h>
 #include <stdio_ext.h>
@@ -11,8 +12,9 @@
 #include <boarddiag/core.h>
 
 #include "core/command.h"
+#include "core/reason.h"
 #include "core/report.h"
-#include "core/run.h"
+#include "core/run_signals.h"
 
 namespace {
 
@@ -68,7 +70,8 @@ uint32_t start_process(const char *function, const char *path, const char *opera
         become(function, const_cast<char *const *>(argv)); // execve changes none of them
     }
     if (child < 0) {
-        REPORT_ERROR(function, "Couldn't fork\n");
+        boarddiag::set_reason("%s: %s", path, strerror(errno));
+        REPORT_FOLLOW_UP(function, "Couldn't fork\n");
         return DIAG_ERR_FAILED;
     }
     return 0;

@@ -4,6 +4,7 @@
 #include <boarddiag/access.h>
 #include <boarddiag/core.h>
 
+#include "core/reason.h"
 #include "core/report.h"
 #include "core/run.h"
 
@@ -37,7 +38,7 @@ void tell_failure(const run_frame *frame, const char *function, const command_li
         return;
     }
     if (frame->failed_level < 0) {
-        REPORT_ERROR(function, frame->failed, argument);
+        REPORT_FOLLOW_UP(function, frame->failed, argument);
     } else {
         diag_print(frame->failed_level, frame->failed, argument);
     }
@@ -77,6 +78,7 @@ uint32_t boarddiag::plain_run(const run_frame *frame, const char *function, cons
     diag_print(frame->traced_level, frame->traced, command->text);
     const int status = run_command(command->text);
     if (status != 0) {
+        note_failed_run(command->text, status);
         tell_failure(frame, function, command);
         return frame->failed_status != 0 ? frame->failed_status : static_cast<uint32_t>(status);
     }

@@ -5,6 +5,7 @@
 #include <boarddiag/core.h>
 
 #include "core/item.h"
+#include "core/reason.h"
 #include "core/report.h"
 
 namespace {
@@ -48,6 +49,7 @@ int get_twos_complement_val(uint32_t raw, int width, int frac, float *result)
 {
     // Unsigned, so that a negative number is too large.
     if (width < 2 || width > 31 || static_cast<uint32_t>(frac) >= static_cast<uint32_t>(width)) {
+        boarddiag::set_reason("no fixed-point field of %d bits, %d of them behind the point", width, frac);
         return -1;
     }
     const uint32_t sign = 1U << (width - 1);

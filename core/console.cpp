@@ -3,12 +3,15 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstdlib>
 #include <cstring>
 #include <libxml/tree.h>
+#include <span>
 #include <string_view>
 
 #include <boarddiag/core.h>
 
+#include "core/printable.h"
 #include "core/report.h"
 
 namespace {
@@ -227,34 +230,78 @@ constexpr const fill_table *fill_tables[] = {&z_dash, &z_astr, &z_eqsg, &z_dots,
 
 // ---- Parsed trees ----
 
+constexpr int tree_level = 3;
+
 void print_node(const xmlNode &node)
 {
+    char shown[boarddiag::shown_size];
+
     if (node.type == XML_ELEMENT_NODE) {
-        diag_print(3, "node type: %s ", reinterpret_cast<const char *>(node.name));
+        diag_print(tree_level, "node type: %s ", reinterpret_cast<const char *>(node.name));
     } else if (node.type == XML_TEXT_NODE) {
         const auto *const content = reinterpret_cast<const char *>(node.content);
         if (content != nullptr && (*content == '\r' || *content == '\n')) {
-            diag_print(3, "\n");
+            diag_print(tree_level, "\n");
         } else {
-            diag_print(3, "= %s\n", content == nullptr ? "" : content);
+            diag_print(tree_level, "= %s\n",
+                       boarddiag::printable(shown, content == nullptr ? "" : content, "\t\n"));
         }
     }
 }
 
-// An entity reference links to its declaration, which belongs to another part of the document and may lead
-// back to the reference: only what names the node as its parent counts as its children.
-const xmlNode *own_children(const xmlNode &node)
+// The nodes on the way down to the one that is printed, innermost last; on the heap, since a document may be
+// deeper than a small stack carries.
+struct open_nodes {
+    const xmlNode **nodes;
+    size_t count;
+    size_t room;
+};
+
+bool push(open_nodes *open, const xmlNode *node)
 {
-    return node.children != nullptr && node.children->parent == &node ? node.children : nullptr;
+    if (open->count == open->room) {
+        const size_t room = open->room * 2 + 64;
+        auto *const grown = static_cast<const xmlNode **>(realloc(open->nodes, room * sizeof *open->nodes));
+        if (grown == nullptr) {
+            return false;
+        }
+        open->nodes = grown;
+        open->room = room;
+    }
+    open->nodes[open->count++] = node;
+    return true;
 }
 
-// The next node of the walk after `node` and all below it, or null when the climb reaches `top`.
-const xmlNode *next_behind(const xmlNode *node, const xmlNode *top)
+// An entity reference leads to its declaration, from which the way may lead back to the reference.
+bool is_entered(const open_nodes *open, const xmlNode *node)
 {
-    while (node != top && node != nullptr && node->next == nullptr) {
-        node = node->parent;
+    const std::span nodes(open->nodes, open->count);
+
+    return node->type == XML_ENTITY_REF_NODE && std::ranges::find(nodes, node) != nodes.end();
+}
+
+// The node behind `node`, or behind the innermost open one that has a next; null at the list's end.
+const xmlNode *next_of(const xmlNode *node, open_nodes *open)
+{
+    while (node->next == nullptr && open->count != 0) {
+        node = open->nodes[--open->count];
     }
-    return node == top || node == nullptr ? nullptr : node->next;
+    return node->next;
+}
+
+void print_nodes(const xmlNode *node, open_nodes *open)
+{
+    while (node != nullptr) {
+        print_node(*node);
+        const bool descends = node->children != nullptr && !is_entered(open, node);
+        if (descends && !push(open, node)) {
+            diag_print(0, "No memory to show what is below %s\n", reinterpret_cast<const char *>(node->name));
+        } else if (descends) {
+            node = node->children;
+            continue;
+        }
+        node = next_of(node, open);
+    }
 }
 
 } // namespace
@@ -313,13 +360,11 @@ void print_test_result(const char *name, int failed)
 
 void print_element(struct _xmlNode *node)
 {
-    const xmlNode *const top = node == nullptr ? nullptr : node->parent;
+    open_nodes open = {nullptr, 0, 0};
 
-    // No recursion: the depth is the document's, which may be deeper than a small stack carries.
-    for (const xmlNode *at = node; at != nullptr;) {
-        print_node(*at);
-        const xmlNode *const below = own_children(*at);
-        at = below != nullptr ? below : next_behind(at, top);
+    if (boarddiag::is_message_taken(tree_level)) {
+        print_nodes(node, &open);
+        free(open.nodes);
     }
 }
 

@@ -2,6 +2,7 @@
 #include "core/fifo_run.h"
 
 #include <cerrno>
+#include <cstring>
 #include <ctime>
 #include <fcntl.h>
 #include <poll.h>
@@ -9,11 +10,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "core/answer.h"
+#include "core/reason.h"
 #include "core/report.h"
 #include "core/run.h"
 
 namespace {
 
+using boarddiag::fifo_answer;
 using boarddiag::fifo_call;
 
 constexpr mode_t fifo_mode = 0666;
@@ -26,8 +30,12 @@ bool make_fifo(const char *pipe)
     if (mkfifo(pipe, fifo_mode) == 0) {
         return true;
     }
-    unlink(pipe);
-    return mkfifo(pipe, fifo_mode) == 0;
+    const int kept = unlink(pipe) == 0 || errno == ENOENT ? 0 : errno; // why something stays in the way
+    if (mkfifo(pipe, fifo_mode) == 0) {
+        return true;
+    }
+    errno = errno == EEXIST && kept != 0 ? kept : errno;
+    return false;
 }
 
 // Both ends at once: the open waits for no writer, and the tool finds a reader.
@@ -38,6 +46,7 @@ int open_fifo(const char *pipe)
 
     if (fd >= 0 && (fstat(fd, &found) != 0 || !S_ISFIFO(found.st_mode))) {
         close(fd); // somebody put something else in the FIFO's place
+        errno = EEXIST;
         return -1;
     }
     return fd;
@@ -57,48 +66,57 @@ int wait_for_bytes(int fd)
     return ready;
 }
 
-ssize_t read_now(const fifo_call *call)
+// What the call's own message tells of its answer.
+int read_answer(const fifo_call *call, fifo_answer *answer)
 {
-    ssize_t got = 0;
-
-    do {
-        got = read(call->fd, call->data, static_cast<size_t>(call->length));
-    } while (got < 0 && errno == EINTR);
-    return got;
-}
-
-int read_answer(const fifo_call *call)
-{
-    if (call->length <= 0 || call->length > INT32_MAX) {
+    if (answer->wanted == 0) {
         return 0;
     }
-    ssize_t got = read_now(call);
+    ssize_t got = boarddiag::take_answer(answer, call->data);
     if (got < 0 && errno == EAGAIN) {
         const int ready = wait_for_bytes(call->fd);
         if (ready == 0) {
             diag_print(0, "The tool wrote nothing into %s\n", call->pipe);
         }
-        got = ready > 0 ? read_now(call) : ready;
+        got = ready > 0 ? boarddiag::take_answer(answer, call->data) : ready;
+    }
+    if (got < 0 && answer->is_full) {
+        diag_print(0, "No memory for the answer in %s\n", call->pipe);
     }
     return static_cast<int>(got);
 }
 
-uint32_t run(const fifo_call *call, const boarddiag::command_line *command)
+size_t wanted_bytes(const fifo_call *call)
+{
+    return call->length <= 0 || call->length > INT32_MAX ? 0 : static_cast<size_t>(call->length);
+}
+
+uint32_t run(const fifo_call *call, const boarddiag::command_line *command, fifo_answer *answer)
 {
     const boarddiag::fifo_frame *frame = call->frame;
 
     if (frame->command_traced != nullptr) {
         diag_print(1, frame->command_traced, command->text);
     }
-    const int status = boarddiag::run_command(command->text);
+    const int status = boarddiag::run_command(command->text, answer);
     if (status != 0) {
+        boarddiag::note_failed_run(command->text, status);
         if (frame->run_failed != nullptr) {
-            REPORT_ERROR(call->function, frame->run_failed, boarddiag::tool_failed_mark);
+            REPORT_FOLLOW_UP(call->function, frame->run_failed, boarddiag::tool_failed_mark);
         }
         return frame->failed_status != 0 ? frame->failed_status : static_cast<uint32_t>(status);
     }
-    diag_print(frame->count_level, frame->count_traced, read_answer(call));
+    diag_print(frame->count_level, frame->count_traced, read_answer(call, answer));
     return 0;
+}
+
+uint32_t run_and_forget(const fifo_call *call, const boarddiag::command_line *command)
+{
+    fifo_answer answer = {call->fd, wanted_bytes(call), nullptr, 0, false};
+
+    const uint32_t status = run(call, command, &answer);
+    boarddiag::drop_answer(&answer);
+    return status;
 }
 
 } // namespace
@@ -115,9 +133,11 @@ uint32_t boarddiag::fifo_run_begin(fifo_call *call)
 {
     pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &call->cancel_state);
     if (!make_fifo(call->pipe)) {
-        REPORT_ERROR(call->function, call->frame->create_failed, call->pipe);
+        set_reason("%s: %s", call->pipe, strerror(errno));
+        REPORT_FOLLOW_UP(call->function, call->frame->create_failed, call->pipe);
     } else if ((call->fd = open_fifo(call->pipe)) < 0) {
-        REPORT_ERROR(call->function, call->frame->open_failed, call->pipe, call->pipe[0]);
+        set_reason("%s: %s", call->pipe, strerror(errno));
+        REPORT_FOLLOW_UP(call->function, call->frame->open_failed, call->pipe, call->pipe[0]);
     } else {
         return 0;
     }
@@ -127,7 +147,7 @@ uint32_t boarddiag::fifo_run_begin(fifo_call *call)
 
 uint32_t boarddiag::fifo_run_end(const fifo_call *call, uint32_t status, const command_line *command)
 {
-    const uint32_t result = status != 0 ? status : run(call, command);
+    const uint32_t result = status != 0 ? status : run_and_forget(call, command);
 
     close(call->fd);
     unlink(call->pipe);

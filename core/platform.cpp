@@ -1,15 +1,16 @@
 /* SPDX-License-Identifier: MIT */
 // What a test program asks about its surroundings: its configuration file, its processor, its companions.
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
 #include <boarddiag/core.h>
 
+#include "core/reason.h"
 #include "core/report.h"
 
 namespace {
@@ -28,18 +29,17 @@ struct cpu_family {
 
 constexpr cpu_family cpu_families[] = {{"x86", CPU_ARCH_X86}, {"arm", CPU_ARCH_ARM}};
 
-// Whether `path` opens for reading. A directory does, but holds no text; a FIFO must not keep us waiting.
-bool is_readable_file(const char *path)
+// Whether `path` opens for reading, whatever it is; a FIFO must not keep us waiting.
+bool opens_for_reading(const char *path)
 {
     const int fd = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    struct stat info;
 
     if (fd < 0) {
+        boarddiag::set_reason("%s: %s", path, strerror(errno));
         return false;
     }
-    const bool is_file = fstat(fd, &info) == 0 && !S_ISDIR(info.st_mode);
     close(fd);
-    return is_file;
+    return true;
 }
 
 } // namespace
@@ -59,7 +59,7 @@ char *build_config_filename(const char *base)
     }
     for (const char *const extension : config_extensions) {
         snprintf(name, size, "%s%s", base, extension);
-        if (is_readable_file(name)) {
+        if (opens_for_reading(name)) {
             return name;
         }
     }
@@ -91,14 +91,20 @@ uint32_t check_file_existance_in_diagbin(const char *name)
 {
     if (name == nullptr) {
         diag_print(3, "Input file pointer is NULL\n");
+        boarddiag::set_reason("no file name given");
         return DIAG_ERR_INVALID_ARG;
     }
     const char *const libraries = getenv("LD_LIBRARY_PATH");
     if (libraries == nullptr) {
+        boarddiag::set_reason("LD_LIBRARY_PATH is not set");
         return DIAG_ERR_INVALID_ARG;
     }
     char path[path_size];
     const int length = snprintf(path, sizeof path, "%s/../bin/%s", libraries, name);
     const bool fits = length >= 0 && static_cast<size_t>(length) < sizeof path;
-    return fits && is_readable_file(path) ? 0 : DIAG_ERR_INVALID_ARG;
+    if (!fits) {
+        boarddiag::set_reason("LD_LIBRARY_PATH makes a path of more than %zu characters", path_size - 1);
+        return DIAG_ERR_INVALID_ARG;
+    }
+    return opens_for_reading(path) ? 0 : DIAG_ERR_INVALID_ARG;
 }

@@ -41,6 +41,28 @@ constexpr status_words known_statuses[] = {
     {boarddiag::status_minus_one, "call failed"},
 };
 
+const char *describe(uint32_t status, char (&room)[status_size])
+{
+    for (const status_words &known : known_statuses) {
+        if (known.status == status) {
+            return known.words;
+        }
+    }
+    const int code = static_cast<int>(status);
+    if (status > UINT16_MAX) {
+        snprintf(room, sizeof room, "unknown status 0x%08x", static_cast<unsigned>(status));
+    } else if (WIFSIGNALED(code)) {
+        snprintf(room, sizeof room, "signal %d (%s)", WTERMSIG(code), strsignal(WTERMSIG(code)));
+    } else if (WEXITSTATUS(code) > signal_base) {
+        snprintf(room, sizeof room, "exit status %d (%s)", WEXITSTATUS(code),
+                 strsignal(WEXITSTATUS(code) - signal_base));
+    } else {
+        snprintf(room, sizeof room, "exit status %d%s", WEXITSTATUS(code),
+                 WEXITSTATUS(code) == 127 ? " (no such command)" : "");
+    }
+    return room;
+}
+
 } // namespace
 
 void boarddiag::set_reason(const char *format, ...)
@@ -60,6 +82,14 @@ void boarddiag::set_reason(const char *format, ...)
     errno = kept;
 }
 
+void boarddiag::note_failed_run(const char *command, int status)
+{
+    char words[status_size];
+
+    set_reason("%s: %s", command,
+               status == -1 ? strerror(errno) : describe(static_cast<uint32_t>(status), words));
+}
+
 const char *diag_reason(void)
 {
     return reason;
@@ -67,23 +97,5 @@ const char *diag_reason(void)
 
 const char *diag_status_text(uint32_t status)
 {
-    for (const status_words &known : known_statuses) {
-        if (known.status == status) {
-            return known.words;
-        }
-    }
-    const int code = static_cast<int>(status);
-    if (status > UINT16_MAX) {
-        snprintf(status_text, sizeof status_text, "unknown status 0x%08x", static_cast<unsigned>(status));
-    } else if (WIFSIGNALED(code)) {
-        snprintf(status_text, sizeof status_text, "signal %d (%s)", WTERMSIG(code),
-                 strsignal(WTERMSIG(code)));
-    } else if (WEXITSTATUS(code) > signal_base) {
-        snprintf(status_text, sizeof status_text, "exit status %d (%s)", WEXITSTATUS(code),
-                 strsignal(WEXITSTATUS(code) - signal_base));
-    } else {
-        snprintf(status_text, sizeof status_text, "exit status %d%s", WEXITSTATUS(code),
-                 WEXITSTATUS(code) == 127 ? " (no such command)" : "");
-    }
-    return status_text;
+    return describe(status, status_text);
 }

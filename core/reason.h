@@ -13,6 +13,9 @@ namespace boarddiag {
 /// knows more, behind the report. Keeps errno.
 void set_reason(const char *format, ...) BOARDDIAG_PRINTF(1, 2);
 
+/// Notes that `command` ended with a status other than 0, or could not be run (-1, with errno).
+void note_failed_run(const char *command, int status);
+
 } // namespace boarddiag
 
 #endif

@@ -41,7 +41,7 @@ bool decimal_variable(const char *name, int *value)
     if (text == nullptr) {
         return false;
     }
-    *value = static_cast<int>(static_cast<uint32_t>(strtoll(text, nullptr, 10)));
+    *value = static_cast<int>(static_cast<uint32_t>(strtol(text, nullptr, 10)));
     return true;
 }
 
@@ -113,12 +113,12 @@ void diag_system_init(const char *name)
     configure_dry_run();
 }
 
-uint32_t nvramtool_query(const char *pipe, struct nvram_record *record, bool busbroker)
+uint32_t nvramtool_query(const char *pipe, void *record, bool busbroker)
 {
-    boarddiag::fifo_call call = {&nvram_frame, __func__, pipe, record, sizeof *record, -1, 0};
+    boarddiag::fifo_call call = {&nvram_frame, __func__, pipe, record, NVRAM_RECORD_SIZE, -1, 0};
     boarddiag::command_line command;
 
-    memset(record, 0, sizeof *record);
+    memset(record, 0, NVRAM_RECORD_SIZE);
     const uint32_t status = boarddiag::fifo_run_begin(&call);
     if (status != 0) {
         return status;
@@ -128,14 +128,17 @@ uint32_t nvramtool_query(const char *pipe, struct nvram_record *record, bool bus
     return boarddiag::fifo_run_end(&call, 0, &command);
 }
 
-void set_nvram_verb_level(const struct nvram_record *record)
+void set_nvram_verb_level(const void *record)
 {
+    struct nvram_record found;
+
     if (record == nullptr) {
         REPORT_ERROR(__func__, "NVRAM is not valid. Could not set Verbosity level\n");
         REPORT_ERROR(__func__, "NVRAM is not valid\n");
         return;
     }
-    if (record->valid != 0 && record->verb_level > get_verb_level()) {
-        set_verb_level(record->verb_level);
+    memcpy(&found, record, sizeof found); // a buffer of bytes may stand anywhere
+    if (found.valid != 0 && found.verb_level > get_verb_level()) {
+        set_verb_level(found.verb_level);
     }
 }

@@ -1,11 +1,11 @@
 /* SPDX-License-Identifier: MIT */
-// Numbers out of text, and texts cleaned in place; nothing here allocates or reports.
-#include <cctype>
+// Numbers out of text, and texts cleaned in place; nothing here allocates or prints.
 #include <cstring>
 
 #include <boarddiag/core.h>
 
 #include "core/item.h"
+#include "core/reason.h"
 
 namespace {
 
@@ -40,9 +40,15 @@ uint64_t scan_hex(const char *text)
     return value;
 }
 
-int fold(char c)
+// The letters and the white space of the C locale, whatever the program's is.
+char fold(char c)
 {
-    return tolower(static_cast<unsigned char>(c));
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool is_space(char c)
+{
+    return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
 void remove_char(char *text, char unwanted)
@@ -64,6 +70,9 @@ int hex_to_i(char c, uint32_t *status)
     const int value = digit_value(c);
 
     *status = value < 0 ? DIAG_ERR_BAD_HEX_DIGIT : 0;
+    if (value < 0) {
+        boarddiag::set_reason("'%c' is not a hexadecimal digit", c);
+    }
     return value;
 }
 
@@ -135,7 +144,7 @@ char *remove_tabs(char *text)
 
 const char *skip_ws(const char **text)
 {
-    while (isspace(static_cast<unsigned char>(**text)) != 0) {
+    while (is_space(**text)) {
         (*text)++;
     }
     return *text;

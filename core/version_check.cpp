@@ -5,6 +5,8 @@
 
 #include <boarddiag/core.h>
 
+#include "core/printable.h"
+
 namespace {
 
 constexpr int notice_level = 1;
@@ -33,9 +35,11 @@ bool is_valid_char(char c, bool punctuation)
 // Both character checks: all of the first n must be of the class that `allows` and `flag` make.
 int check_chars(const char *text, int n, bool (*allows)(char c, bool flag), bool flag, const char *notice)
 {
+    char shown[8]; // a character, escaped if it does not print
+
     for (int i = 0; i < n; i++) {
         if (!allows(text[i], flag)) {
-            diag_print(notice_level, notice, text[i]);
+            diag_print(notice_level, notice, boarddiag::printable(shown, {text + i, 1}));
             return 0;
         }
     }
@@ -86,12 +90,12 @@ bool is_hex_component(const char *text)
 
 int check_valid_char(const char *text, int n, bool punctuation)
 {
-    return check_chars(text, n, is_valid_char, punctuation, "Invalid char: %c\n");
+    return check_chars(text, n, is_valid_char, punctuation, "Invalid char: %s\n");
 }
 
 int check_valid_number(const char *text, int n, bool hexadecimal)
 {
-    return check_chars(text, n, is_digit, hexadecimal, "Invalid number: %c\n");
+    return check_chars(text, n, is_digit, hexadecimal, "Invalid number: %s\n");
 }
 
 int check_valid_ver_format_and_image_type(char *version, int image_type)
@@ -112,7 +116,7 @@ int check_valid_ver_format_and_image_type(char *version, int image_type)
     if (!is_hex_component(y) || !is_hex_component(z)) {
         return reject("Failed y.z.\n");
     }
-    if (strtoll(z, nullptr, 10) != image_type) {
+    if (strtol(z, nullptr, 10) != image_type) {
         return reject("Invalid Image type\n");
     }
     return 1;

@@ -1,6 +1,21 @@
 # SPDX-License-Identifier: MIT
 diag_test(log_test core/log_test.cpp)
 diag_test(run_test core/run_test.cpp)
+diag_test(fifo_test core/fifo_test.cpp)
+add_library(own_edge_linked OBJECT core/own_edge.c)
+diag_test(own_edge_test RESOURCE_LOCK nvram_pipe core/own_edge_test.cpp)
+target_link_libraries(own_edge_test PRIVATE own_edge_linked)
+set_target_properties(own_edge_test PROPERTIES ENABLE_EXPORTS ON)
+# A sanitizer's runtime wants to be the first library, and an emulator's tools would meet a preloaded one too.
+if(NOT BOARDDIAG_SANITIZE AND NOT CMAKE_CROSSCOMPILING)
+  add_library(own_edge MODULE core/own_edge.c)
+  add_executable(own_edge_preloaded core/own_edge_test.cpp)
+  target_link_libraries(own_edge_preloaded PRIVATE test_support boarddiag_warnings)
+  target_precompile_headers(own_edge_preloaded REUSE_FROM test_support)
+  add_test(NAME own_edge_preloaded COMMAND own_edge_preloaded)
+  set_tests_properties(own_edge_preloaded PROPERTIES TIMEOUT 30 RESOURCE_LOCK nvram_pipe
+                       ENVIRONMENT LD_PRELOAD=$<TARGET_FILE:own_edge>)
+endif()
 diag_test(startup_test RESOURCE_LOCK nvram_pipe core/startup_test.cpp)
 diag_test(text_test core/text_test.cpp)
 diag_test(bits_test core/bits_test.cpp)

@@ -192,24 +192,25 @@ void diag_system_init(const char *name);
  * succeeds without writing is waited for 1 s at most and told of at level 0.
  *
  * @param pipe      path of the FIFO to create and remove; what stands there is replaced. Borrowed.
- * @param record    receives the record; cleared first, so that bytes that did not come are 0, all of them
- * when the query fails.
+ * @param record    a struct nvram_record, or a buffer of #NVRAM_RECORD_SIZE bytes; cleared first, so that
+ * bytes that did not come are 0, all of them when the query fails.
  * @param busbroker true adds the option --busbroker to the command.
  * @return 0, also when fewer bytes came, none, or the read failed; #DIAG_ERR_FAILED when the FIFO could not
  * be created or opened (it stays in place when the open failed) or when nvramtool failed.
  *
  * Concurrent calls need different FIFO paths.
  */
-uint32_t nvramtool_query(const char *pipe, struct nvram_record *record, bool busbroker);
+uint32_t nvramtool_query(const char *pipe, void *record, bool busbroker);
 
 /**
  * Raises the verbosity to that of a valid NVRAM record; never lowers it.
  *
- * @param record the record; null is reported, a record that is not valid is ignored silently.
+ * @param record a struct nvram_record, or its #NVRAM_RECORD_SIZE bytes in any alignment; null is reported, a
+ * record that is not valid is ignored silently.
  *
  * Not to be called while another thread sets the verbosity.
  */
-void set_nvram_verb_level(const struct nvram_record *record);
+void set_nvram_verb_level(const void *record);
 
 /* ---- Numbers out of text, and texts cleaned in place (core/text) ----
  * Nothing here allocates, reports or keeps state: all are thread-safe as long as no two threads share a text

@@ -139,7 +139,7 @@ TEST_F(Commands, GpioLpcPciAndMemory)
     expect(mem + "4 --width=64 --val=0xffffffffffffffff,0x123456789abcdef\n2 bytes written to memory\n", 0,
            memtool_set, 0x80000004, 64, longs, 2, 0);
     expect(mem + "0 --width=32 --val=\n0 bytes written to memory\n", 0, memtool_set, 0x80000000, 32, words,
-           -5, 0);
+           0, 0);
     expect(mem_get + " --count=3 --width=16 --pipe=" + path + " --be\n6 bytes read from the fifo\n", 0,
            memtool_get, 0x80000000, 3, 16, pipe, 1, dest);
     EXPECT_EQ(got(7), (bytes{0x12, 0x34, 0x00, 0x05, 0xff, 0xff, 0xee}));
@@ -161,6 +161,7 @@ TEST_F(Commands, MemoryRefusals)
         error_line("memtool_set", "Invalid width. Only 8, 16, 32 and 64 are supported widths.\n");
     refused(bad_width, DIAG_ERR_FAILED, 24, 1);
     refused(bad_width, DIAG_ERR_FAILED, -16, 1);
+    refused(error_line("memtool_set", "Could not allocate space for params of memtool\n"), minus_one, 8, -1);
     refused(error_line("memtool_set", "The length of command is longer than SYS_CMD_MAX_SIZE\n") +
                 "The length of sys_cmd: 51\nsys_cmd:" + head + "64 --val=\n" +
                 ("The length of data: 2003\ndata:\n" + list).substr(0, 1023),

@@ -37,7 +37,7 @@ TEST_F(IpmiAccess, RegisterWrites)
          put("0x38 0x3 0x9 0x50 0x0 0x1") +
              refused("shell command(ipmitool raw 0x38 0x3 0x9 0x50 0x0 0x1 > /dev/null) failed\n"),
          minus_one},
-        {"0-3", 0x50, 0x20, &reg8_data16, 3, 0, refused("Odd number of bytes 3 for 16-bit data\n"),
+        {"0-9", 0x50, 0x20, &reg8_data16, 3, 0, refused("Odd number of bytes 3 for 16-bit data\n"),
          minus_one},
         {"3", 0x50, 0, &reg8_data8, 1, 0, refused("Invalid bus path 3"), minus_one},
         {"3", 0x50, 0, &regblk_datablk, 1, 0, refused("Unsupport Addressing mode 2\n"), minus_one},
@@ -49,8 +49,8 @@ TEST_F(IpmiAccess, RegisterWrites)
     }
     EXPECT_EQ(board.image("i2c/3/0x50.bin", 0x20, 2), (bytes{1, 2}));
     board.clear_commands();
-    diagtest::console_of([&] { ipmitool_set("0-3", 0x50, 0, &reg8_data8, data.data(), 300, 0); });
-    EXPECT_EQ(board.commands().size(), 256u);
+    diagtest::console_of([&] { EXPECT_EQ(ipmitool_set("0-3", 0x50, 0, &reg8_data16, dest, 301, 0), 0u); });
+    EXPECT_EQ(board.commands().size(), 128u); // of 256 bytes
 }
 
 TEST_F(IpmiAccess, RegisterReads)
@@ -104,6 +104,11 @@ TEST_F(IpmiAccess, RawRequests)
         {"echo x", 2, "ipmii2c_get : x\n\n", minus_one, {0xee}, false},
         {"printf '\\0'", 2, "ipmii2c_get : \n", minus_one, {0xee}, false},
         {"echo ' 1a'; exit 3", 2, "ipmii2c_get :  1a\n\n2 bytes read from the fifo\n", 0, {0x1a, 0}},
+        {"printf ' 1a\\033[2J\\233\\n'",
+         1,
+         "ipmii2c_get :  1a\\x1b[2J\\x9b\n\n1 bytes read from the fifo\n",
+         0,
+         {0x1a}},
         {"echo ' 1a'", -3, "ipmii2c_get :  1a\n\n"s + failed_read, minus_one, {0xee}},
         {"echo ' 1a'", 0, "ipmii2c_get :  1a\n\n0 bytes read from the fifo\n", 0, {0xee}},
     };
@@ -126,6 +131,10 @@ TEST_F(IpmiAccess, LongAndEndlessOutputs)
     for (size_t i = 0; i < 600; i++) {
         ASSERT_EQ(dest[i], i % 256) << i;
     }
+    got(0);
+    become("echo ' 1a'; sleep 1.1; echo; touch " + board.root + "/ended");
+    EXPECT_EQ(ipmitool_get("0-3", 0x50, 0, &reg8_data8, 1, nullptr, dest), 0u);
+    EXPECT_TRUE(std::filesystem::exists(board.root + "/ended")) << "read to the end, however slow";
     got(0);
     struct {
         const char *script;

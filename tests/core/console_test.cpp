@@ -63,17 +63,39 @@ TEST(Console, FillStringsAndVerdicts)
               "i2c: Overall test results------------------ FAILED <<<<\n");
 }
 
-TEST(Console, ParsedTrees)
+TEST(Console, Trees)
 {
-    const char text[] = "<!DOCTYPE a [<!ENTITY e 'entity'>]><a>\n<b>10.0.0.1</b><!-- c --><d><e/> x</d>"
-                        "<f>&e;</f></a>";
+    const char text[] = "<!DOCTYPE a [<!ENTITY port '5001'>]><a>\n<b>10.0.0.1</b><!-- c --><d><e/> x</d>"
+                        "<PortNo>&port;</PortNo><g>a\x7f\tb</g></a>";
     xmlDoc *const doc = xmlReadMemory(text, sizeof text - 1, nullptr, nullptr, 0);
-    const std::string below = "node type: b = 10.0.0.1\nnode type: d node type: e =  x\nnode type: f ";
+    const std::string below = "node type: b = 10.0.0.1\nnode type: d node type: e =  x\n"
+                              "node type: PortNo = 5001\nnode type: g = a\\x7f\tb\n";
     set_verb_level(3);
     xmlNode *const root = xmlDocGetRootElement(doc);
     EXPECT_EQ(console_of([&] { print_element(root); }), "node type: a \n" + below);
     EXPECT_EQ(console_of([&] { print_element(root->children->next); }), below);
     print_element(nullptr);
+
+    // The way from an entity's declaration may lead back to the reference; by hand, as no parser makes it.
+    xmlNode *const entity = xmlGetIntSubset(doc)->children;
+    xmlNode *const reference = root->last->prev->children;
+    ASSERT_EQ(reference->children, entity);
+    const std::unique_ptr<xmlNode, decltype(&xmlFreeNode)> back(xmlNewReference(doc, entity->name),
+                                                                xmlFreeNode);
+    entity->children->next = back.get();
+    EXPECT_EQ(console_of([&] { print_element(reference); }), "= 5001\n= 5001\n");
+    entity->children->next = nullptr;
+
+    // Nodes of the fields that count alone; deeper than any stack carries.
+    std::vector<xmlNode> chain(300'000);
+    for (size_t i = 0; i + 1 < chain.size(); i++) {
+        chain[i].children = &chain[i + 1];
+    }
+    chain.front().type = XML_ELEMENT_NODE;
+    chain.front().name = root->name;
+    chain.back().type = XML_TEXT_NODE;
+    chain.back().content = const_cast<xmlChar *>(root->name);
+    EXPECT_EQ(console_of([&] { print_element(chain.data()); }), "node type: a = a\n");
     xmlFreeDoc(doc);
 }
 

@@ -43,7 +43,7 @@ TEST(Platform, Files)
 {
     char folder[] = "/tmp/platform_testXXXXXX";
     const std::string lib = std::string(mkdtemp(folder)) + "/lib", base = lib + "/board";
-    fs::create_directories(base + ".cfg"); // no file
+    fs::create_directories(lib);
     fs::create_directories(lib + "/../bin/folder");
     std::ofstream(lib + "/../bin/tool") << "x";
     const auto is_chosen = [&](const std::string &name) {
@@ -55,8 +55,7 @@ TEST(Platform, Files)
               "Config file (" + base + ") must be either end in a .xml or .cfg extension\n");
     mkfifo((base + ".xml").c_str(), 0600); // opening it must not wait for a writer
     EXPECT_TRUE(is_chosen(base + ".xml"));
-    fs::remove(base + ".cfg");
-    std::ofstream(base + ".cfg") << "x";
+    fs::create_directory(base + ".cfg"); // opens for reading too
     EXPECT_TRUE(is_chosen(base + ".cfg"));
     EXPECT_EQ(
         console_of([] { EXPECT_EQ(build_config_filename(nullptr), nullptr); }),
@@ -68,7 +67,7 @@ TEST(Platform, Files)
     using row = std::tuple<std::string, const char *, bool>;
     for (const auto &[libraries, name, exists] :
          {row(lib, "tool", true), row(longest, "tool", true), row(longest + "/", "tool", false),
-          row(lib, "absent", false), row(lib, "folder", false), row(lib + ":" + lib, "tool", false)}) {
+          row(lib, "absent", false), row(lib, "folder", true), row(lib + ":" + lib, "tool", false)}) {
         setenv("LD_LIBRARY_PATH", libraries.c_str(), 1);
         EXPECT_EQ(check_file_existance_in_diagbin(name), exists ? 0 : DIAG_ERR_INVALID_ARG) << libraries;
     }

@@ -7,7 +7,9 @@
 #include <sys/wait.h>
 
 #include "core/command.h"
+#include "core/output.h"
 #include "core/run.h"
+#include "core/run_signals.h"
 #include "support/capture.h"
 #include "support/sim_board.h"
 
@@ -83,16 +85,30 @@ TEST_F(Run, ReturnsTheWaitStatusThatAShellWouldGive)
 {
     const std::string seven = script("seven", "#!/bin/sh\nexit 7\n");
     const std::string bare = script("bare", "exit 5\n"); // no #! line: a shell runs it all the same
-    const std::string dies = script("dies", "#!/bin/sh\nkill -TERM $$\n");
+    const std::string dies = script("dies", "#!/bin/sh\nkill -$1 $$\n");
     struct {
         std::string command;
         int status;
+        std::string told = {}; // on standard error
     } const cases[] = {
-        {"true", 0},        {seven, 7 << 8},      {bare, 5 << 8}, {dies, (128 + SIGTERM) << 8},
-        {"exit 3", 3 << 8}, {"(exit 4)", 4 << 8}, {"", 0},        {folder + "/none 2>/dev/null", 127 << 8},
+        {"true", 0},
+        {seven, 7 << 8},
+        {bare, 5 << 8},
+        {dies + " TERM", (128 + SIGTERM) << 8, "Terminated\n"},
+        {dies + " KILL >/dev/null", (128 + SIGKILL) << 8, "Killed\n"},
+        {dies + " PIPE", (128 + SIGPIPE) << 8},
+        {dies + " INT", SIGINT},
+        {dies + " QUIT", SIGQUIT, "Quit\n"},
+        {dies + " 'TERM'", (128 + SIGTERM) << 8, "Terminated\n"}, // a real shell's words
+        {"exit 3", 3 << 8},
+        {"(exit 4)", 4 << 8},
+        {"", 0},
+        {folder + "/none 2>/dev/null", 127 << 8},
     };
     for (const auto &c : cases) {
-        EXPECT_EQ(run_command(c.command.c_str()), c.status) << c.command;
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(run_command(c.command.c_str()) & ~0x80, c.status & ~0x80) << c.command; // 0x80: a core file
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), c.told) << c.command;
     }
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD);
@@ -133,6 +149,16 @@ std::string output_of(const std::string &command)
     }
     boarddiag::close_output(&output);
     return text;
+}
+
+TEST_F(Run, AToolWhoseTextIsReadIsInterruptedThoughCommandsRun)
+{
+    boarddiag::run_signals signals;
+    boarddiag::begin_run(&signals); // as a command in another thread does
+    const std::string ignored = output_of("grep SigIgn /proc/self/status");
+    boarddiag::end_run(&signals);
+    EXPECT_EQ(std::stoull(ignored.substr(8), nullptr, 16) & ((1u << (SIGINT - 1)) | (1u << (SIGQUIT - 1))),
+              0u);
 }
 
 TEST_F(Run, LeavesAToolThatCannotBeStartedToTheShell)

@@ -2,6 +2,7 @@
 #include "fpga/board.h"
 
 #include <cerrno>
+#include <unistd.h>
 
 template <typename... Args> static std::string text(const char *format, Args... args)
 {
@@ -30,6 +31,8 @@ uint32_t board::touch(uint32_t addr, uint8_t *byte, bool write)
 }
 
 extern "C" {
+
+int __real_usleep(useconds_t microseconds);
 
 uint32_t __wrap_lpctool_set(uint32_t addr, const uint8_t *data, int32_t count, char size, uint8_t busbroker)
 {
@@ -70,12 +73,14 @@ void __wrap_waitfor_timeout(timer_t timer, double seconds)
     fpga.accesses += text("T%d:%g ", timer != nullptr, seconds);
 }
 
-int __wrap_clock_nanosleep(clockid_t clock, int flags, const timespec *until, timespec *)
+// An interrupted pause has lasted for 30 ms.
+int __wrap_usleep(useconds_t microseconds)
 {
-    EXPECT_TRUE(clock == CLOCK_MONOTONIC && flags == TIMER_ABSTIME);
-    fpga.deadlines.push_back(*until);
+    fpga.pauses.push_back(microseconds);
     if (fpga.interruptions-- > 0) {
-        return EINTR;
+        __real_usleep(30'000);
+        errno = EINTR;
+        return -1;
     }
     fpga.accesses += "S ";
     return 0;

@@ -14,7 +14,7 @@ using diagtest::told;
 struct board {
     std::string steps;                // each run of lpctool and each request
     std::string accesses;             // "W105=1a ", "R105 ", "!" behind a failed one; "S " a pause
-    std::vector<timespec> deadlines;  // of the pauses
+    std::vector<useconds_t> pauses;   // as asked for
     int interruptions = 0;            // to come in pauses
     std::map<int, uint32_t> failures; // status of the n-th register access
     int failing_step = 2;             // the step of it that fails

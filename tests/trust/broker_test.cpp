@@ -5,7 +5,7 @@
 
 #include "access/calls.h"
 #include "busbroker/loopback.h"
-#include "core/run.h"
+#include "core/output.h"
 #include "support/sim_broker.h"
 
 namespace {

@@ -190,8 +190,9 @@ TEST(FailingCalls, OfAccesses)
            [&] {
                data[0] = 0xee;
                const uint32_t status = i2ctool_get("3", 0x50, 0, &reg8_data8, 1, path.c_str(), data.data());
-               const bool got_none = status != 0 || (world.first == "read1" && world.plan.size() > 2);
-               EXPECT_EQ(data[0], got_none ? 0xee : 'B');
+               const bool may_miss = world.plan.size() > 2 &&
+                                     (world.first == "read1" || world.first.starts_with("poll"));
+               EXPECT_TRUE(data[0] == (status != 0 ? 0xee : 'B') || (may_miss && data[0] == 0xee));
                return status;
            },
            "1 bytes read from the fifo\n",

@@ -1,0 +1,109 @@
+/* SPDX-License-Identifier: MIT */
+// Answers through a FIFO: of any length, from tools of any kind; and why a run failed.
+#include <fcntl.h>
+#include <sys/wait.h>
+
+#include "core/fifo_run.h"
+#include "support/capture.h"
+#include "support/sim_board.h"
+
+using namespace std::string_literals;
+
+namespace {
+
+constexpr boarddiag::fifo_frame frame = {.create_failed = "create %s\n",
+                                         .open_failed = "open %s %c\n",
+                                         .command_traced = nullptr,
+                                         .run_failed = "%s\n",
+                                         .failed_status = 0,
+                                         .count_level = 0,
+                                         .count_traced = "%d bytes\n"};
+
+TEST(Fifo, AnswersOfAnyLength)
+{
+    const diagtest::sim_board board;
+    const std::string path = board.root + "/answer";
+    struct {
+        int64_t wanted;
+        std::string command;
+        int size; // of the FIFO, as a neighbour may set it; 0: as it is
+        std::string told;
+        uint32_t status = 0;
+        size_t stored = 0;
+    } const cases[] = {
+        {300'000, "seq 1 100000 | head -c 300000", 0, "300000 bytes\n", 0, 300'000},
+        {300'000, "seq 1 100000 | head -c 200000", 0, "200000 bytes\n", 0, 200'000},
+        {10, "seq 1 100000", 0, "10 bytes\n", 0, 10},
+        {0, "seq 1 100000", 0, "0 bytes\n"},
+        {9000, "seq 1 100000 | head -c 9000", 4096, "9000 bytes\n", 0, 9000},
+        {300'000, "seq 1 100000; exit 3", 0, diagtest::error_line("read", "FAILED <<<---\n"), 768},
+    };
+    diagtest::run_result sequence = diagtest::run_shell("seq 1 100000");
+    for (const auto &c : cases) {
+        std::vector<char> data(300'000, 'e');
+        boarddiag::fifo_call call = {&frame, "read", path.c_str(), data.data(), c.wanted, -1, 0};
+        boarddiag::command_line command;
+        ASSERT_EQ(boarddiag::fifo_run_begin(&call), 0u);
+        EXPECT_TRUE(c.size == 0 || fcntl(call.fd, F_SETPIPE_SZ, c.size) > 0);
+        boarddiag::command_format(&command, "(%s) >%s", c.command.c_str(), path.c_str());
+        EXPECT_EQ(diagtest::told(c.status, [&] { return boarddiag::fifo_run_end(&call, 0, &command); }),
+                  c.told);
+        EXPECT_EQ(sequence.out.compare(0, c.stored, data.data(), c.stored), 0) << c.command;
+        EXPECT_EQ(std::ranges::count(data, 'e'), static_cast<std::ptrdiff_t>(data.size() - c.stored));
+    }
+}
+
+TEST(Reason, TellsWhatFailedAndWhy)
+{
+    const diagtest::sim_board board;
+    const std::string path = board.root + "/answer", away = board.root + "/away/answer";
+    const std::string read =
+        "i2ctool --read --bus=3 --addr=0x55 --count=1 --pipe=" + path + " --width=8 --reg=0x00";
+    uint8_t data = 0;
+    const auto get = [&](const reg_info *info, const std::string &pipe) {
+        return i2ctool_get("3", 0x55, 0, info, 1, pipe.c_str(), &data);
+    };
+    const reg_info bad = {REG8, 7, 0};
+    EXPECT_STREQ(diag_reason(), "");
+    const std::pair<std::function<uint32_t()>, std::string> cases[] = {
+        {[&] { return get(&reg8_data8, path); }, read + ": exit status 1"},
+        {[&] { return get(&reg8_data8, away); }, away + ": No such file or directory"},
+        {[&] { return get(&reg8_data8, board.root); }, board.root + ": Is a directory"},
+        {[&] { return get(&bad, path); }, "i2ctool_get: Invalid width size 7"},
+        {[&] { return pcitool_get(0, 9, 0, 0, &data, path.c_str(), 1, 8); },
+         "pcitool --get --bus=0 --dev=9 --func=0 --offset=0x00 --pipe=" + path +
+             " --count=1 --width=8: exit status 1"},
+        {[&] { return i2ctool_set("3;kill $$", 0x50, 0, &reg8_data8, &data, 1, 0, 0); },
+         "i2ctool --write --bus=3;kill $$ --addr=0x50 --width=8 --reg=0x00 --val=0x00: signal 15 "
+         "(Terminated)"},
+        {[&] { return i2ctool_set_no_data(nullptr, 1, "3\x1b", 0x50); },
+         "i2ctool --no_data --bus=3\\x1b --addr=0x50 : exit status 1"},
+        {[&] { return ipmitool_get("0-9", 0x50, 0, &reg8_data8, 1, nullptr, &data); },
+         "ipmitool raw 0x38 0x2 0x9 0x50 0x0 0x1: exit status 1"},
+        {[&] { return epoll_generic_get(nullptr, nullptr, nullptr); }, "epoll_generic_get: Rx NULL pointers"},
+    };
+    testing::internal::CaptureStderr();
+    for (const auto &[call, reason] : cases) {
+        diagtest::console_of([&] { EXPECT_NE(call(), 0u) << reason; });
+        EXPECT_EQ(diag_reason(), reason);
+    }
+    testing::internal::GetCapturedStderr();
+    std::thread([] { EXPECT_STREQ(diag_reason(), ""); }).join();
+}
+
+TEST(Reason, StatusesHaveWords)
+{
+    for (const auto &[status, words] : std::initializer_list<std::pair<uint32_t, const char *>>{
+             {0, "success"},
+             {DIAG_ERR_INVALID_ARG, "invalid argument"},
+             {UINT32_MAX, "call failed"},
+             {256, "exit status 1"},
+             {127 << 8, "exit status 127 (no such command)"},
+             {139 << 8, "exit status 139 (Segmentation fault)"},
+             {SIGINT, "signal 2 (Interrupt)"},
+             {0x8a008001, "unknown status 0x8a008001"}}) {
+        EXPECT_STREQ(diag_status_text(status), words);
+    }
+}
+
+} // namespace

@@ -1,0 +1,72 @@
+/* SPDX-License-Identifier: MIT */
+// A program that brings its own system(), popen(), pclose() and usleep() has them called, linked in or
+// preloaded.
+#include <cerrno>
+#include <dlfcn.h>
+
+#include "core/own_edge.h"
+#include "support/capture.h"
+
+namespace {
+
+constexpr const char *path = "/tmp/own_edge_test";
+
+own_edge &edge()
+{
+    auto *found = static_cast<own_edge *>(dlsym(RTLD_DEFAULT, "own_edge"));
+    *found = {};
+    return *found;
+}
+
+TEST(OwnEdge, SystemGetsTheCommandAndItsResultCounts)
+{
+    struct {
+        int32_t count;
+        size_t answer;
+        int status;
+        std::ptrdiff_t stored;
+    } const cases[] = {{300'000, 300'000, 0, 300'000}, {4, 2, 0, 2}, {4, 100'000, 0, 4}, {4, 4, 77, 0}};
+    for (const auto &c : cases) {
+        own_edge &own = edge();
+        std::vector<uint8_t> data(300'000, 0xee);
+        own.answer_size = c.answer;
+        own.status = c.status;
+        diagtest::console_of([&] {
+            EXPECT_EQ(i2ctool_get("3", 0x50, 1, &reg8_data8, c.count, path, data.data()),
+                      static_cast<uint32_t>(c.status));
+        });
+        EXPECT_EQ(own.calls, "i2ctool --read --bus=3 --addr=0x50 --count=" + std::to_string(c.count) +
+                                 " --pipe=" + path + " --width=8 --reg=0x01");
+        EXPECT_TRUE(c.stored == 0 || data[static_cast<size_t>(c.stored) - 1] == (c.stored - 1) % 200);
+        EXPECT_EQ(std::ranges::count(data, 0xee), 300'000 - c.stored);
+    }
+}
+
+TEST(OwnEdge, TextIsReadFromPopenAndClosedWithPclose)
+{
+    uint8_t data[4] = {};
+    own_edge &own = edge();
+    char text[] = " 01 02\n 03\n";
+    own.text = text;
+    EXPECT_EQ(ipmitool2_get(6, 1, 0, nullptr, 3, data), 0u);
+    EXPECT_STREQ(own.calls, "ipmitool raw 0x06 0x01 |closed");
+    EXPECT_EQ(data[2], 3);
+    edge();
+    EXPECT_EQ(
+        diagtest::told(UINT32_MAX, [&] { return ipmitool_get("0-3", 1, 2, &reg8_data8, 1, nullptr, data); }),
+        diagtest::error_line("ipmitool_get",
+                             "shell command(ipmitool raw 0x38 0x2 0x3 0x1 0x2 0x1) failed\n"));
+}
+
+TEST(OwnEdge, PausesAreCallsOfUsleep)
+{
+    own_edge &own = edge();
+    own.answer_size = 1;
+    const mbox_info mbox = {0x80, 0x81, 0x82, 0x83};
+    fpga_mode_info mode = {};
+    diagtest::console_of([&] { set_fpga_mode(&mode, &mbox, 0, 0); });
+    EXPECT_GT(own.pauses, 0);
+    EXPECT_EQ(own.pause, 100'000u);
+}
+
+} // namespace
