@@ -55,6 +55,9 @@ void boarddiag::watch_answer(fifo_answer *answer, int end_fd)
     const int idle_ms = answer->is_full ? -1 : look_interval_ms;
 
     poll(watched, 2, end_fd < 0 ? blind_interval_ms : idle_ms);
+    if (watched[0].revents != 0) {
+        return; // what is in the FIFO stays there for the one read behind the end
+    }
     if (!answer->is_full && fifo_is_full(answer->fd)) {
         answer->is_full = true;
         answer->kept = static_cast<uint8_t *>(malloc(std::max<size_t>(answer->wanted, 1)));

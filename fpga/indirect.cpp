@@ -64,7 +64,7 @@ uint32_t get(const indr_call &call, uint32_t reg, uint8_t *value)
 uint32_t judged(const indr_call &call, const indr_step &step, uint32_t status)
 {
     if (status != 0) {
-        REPORT_ERROR(call.function, step.failure, status);
+        REPORT_FOLLOW_UP(call.function, step.failure, status);
     }
     return status;
 }
@@ -72,7 +72,7 @@ uint32_t judged(const indr_call &call, const indr_step &step, uint32_t status)
 uint32_t judged_at(const indr_call &call, const indr_step &step, uint32_t index, uint32_t status)
 {
     if (status != 0) {
-        REPORT_ERROR(call.function, step.failure, index, status);
+        REPORT_FOLLOW_UP(call.function, step.failure, index, status);
     }
     return status;
 }

@@ -105,7 +105,7 @@ void log_access(const mbox_call &call, const mbox_step &step, uint8_t value)
 uint32_t judged(const mbox_call &call, const mbox_step &step, uint32_t status)
 {
     if (status != 0) {
-        REPORT_ERROR(call.function, call.path->failure_format, step.failure, status);
+        REPORT_FOLLOW_UP(call.function, call.path->failure_format, step.failure, status);
     }
     return status;
 }

@@ -79,7 +79,7 @@ uint32_t start(const char *function, const mbox_info *mbox, uint32_t reg, uint8_
     if (put(mbox, reg, value) == 0) {
         return 0;
     }
-    REPORT_ERROR(function, "Error while setting the mode control\n");
+    REPORT_FOLLOW_UP(function, "Error while setting the mode control\n");
     return DIAG_ERR_INVALID_ARG;
 }
 
@@ -92,7 +92,7 @@ uint32_t read_ack(const char *function, const mbox_info *mbox, const fpga_reg_ma
         *status_byte = value;
         return 0;
     }
-    REPORT_ERROR(function, "Error while reading FPGA status %d\n", status);
+    REPORT_FOLLOW_UP(function, "Error while reading FPGA status %d\n", status);
     return DIAG_ERR_INVALID_ARG;
 }
 
@@ -101,7 +101,7 @@ uint32_t write_reg(const operation &o, uint32_t reg, uint8_t value, const char *
     if (put(&o.dev->mbox, reg, value) == 0) {
         return 0;
     }
-    REPORT_ERROR(o.function, "%s", failure);
+    REPORT_FOLLOW_UP(o.function, "%s", failure);
     return DIAG_ERR_INVALID_ARG;
 }
 
@@ -110,7 +110,7 @@ uint32_t write_cmd(const operation &o)
     for (uint32_t i = 0; i < o.dev->cmd_len; i++) {
         const uint32_t reg = o.map->cmd_reg + i;
         if (put(&o.dev->mbox, reg, o.dev->cmd[i]) != 0) {
-            REPORT_ERROR(o.function, "Failed to write to cmd register %d \n", reg);
+            REPORT_FOLLOW_UP(o.function, "Failed to write to cmd register %d \n", reg);
             return DIAG_ERR_INVALID_ARG;
         }
     }
@@ -127,7 +127,7 @@ uint32_t move_chunk(const operation &o, const buffer_access &access, uint8_t *bu
     for (uint32_t i = 0; i < count; i++) {
         const uint32_t reg = o.map->*access.reg + (o.dev->addr_incr != 0 ? i : 0);
         if (access.move(&o.dev->mbox, reg, &buf[i]) != 0) {
-            REPORT_ERROR(o.function, "%s", access.failure);
+            REPORT_FOLLOW_UP(o.function, "%s", access.failure);
             reset_flag(o);
             return access.status;
         }
@@ -190,7 +190,7 @@ uint32_t prepare(const operation &o)
 {
     uint32_t status = set_fpga_mode(&o.map->mode, &o.dev->mbox, test_mode, 0);
     if (status != 0) {
-        REPORT_ERROR(o.function, "unable to set FPGA in to test mode\n");
+        REPORT_FOLLOW_UP(o.function, "unable to set FPGA in to test mode\n");
         return status;
     }
     status = write_reg(o, o.map->dev_id_reg, o.dev->device_id, "Failed to write dev id\n");
@@ -224,7 +224,7 @@ uint32_t set_fpga_mode(const struct fpga_mode_info *mode_info, const struct mbox
         boarddiag::pause_between_polls();
         const uint32_t status = get_byte(mbox, mode_info->mode_reg, &ack);
         if (status != 0) {
-            REPORT_ERROR(__func__, "Reading FPGA status %d\n", status);
+            REPORT_FOLLOW_UP(__func__, "Reading FPGA status %d\n", status);
             result = DIAG_ERR_INVALID_ARG;
         } else if (ack == mode_info->*mode.ack) {
             return result;
