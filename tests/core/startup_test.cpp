@@ -1,35 +1,19 @@
 /* SPDX-License-Identifier: MIT */
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <syslog.h>
 #include <unistd.h>
 
 #include "support/capture.h"
 #include "support/sim_board.h"
 
 using diagtest::capture;
-using diagtest::console_of;
 using diagtest::error_line;
 
 namespace {
 
-class Startup : public testing::Test {
-  protected:
-    diagtest::sim_board board;
-
-    void set_nvram(uint8_t valid, int32_t verb_level)
-    {
-        std::vector<uint8_t> fields(sizeof verb_level);
-        memcpy(fields.data(), &verb_level, sizeof verb_level);
-        board.set_image("nvram.bin", 1060, fields);
-        board.set_image("nvram.bin", 1058, {valid});
-    }
-};
-
-TEST_F(Startup, VerbosityFromEnvironmentAndNvram)
+TEST(Startup, VerbosityFromEnvironmentAndNvram)
 {
+    const diagtest::sim_board board;
     struct {
         const char *verb_level;
         uint8_t valid;
@@ -41,16 +25,18 @@ TEST_F(Startup, VerbosityFromEnvironmentAndNvram)
         {"-1", 1, 90, 0, 90}, {"4294967298", 0, 0, 0, sizeof(long) > 4 ? 2 : 0}, {"0", 255, 1, 3, 1},
     };
     for (const auto &c : cases) {
+        const uint8_t sign = c.nvram < 0 ? 0xff : 0;
         c.verb_level != nullptr ? setenv("VERB_LEVEL", c.verb_level, 1) : unsetenv("VERB_LEVEL");
-        set_nvram(c.valid, c.nvram);
+        board.set_image("nvram.bin", 1058, {c.valid, 0, static_cast<uint8_t>(c.nvram), sign, sign, sign});
         set_verb_level(c.before);
-        console_of([] { diag_system_init("test"); });
+        capture([] { diag_system_init("test"); });
         EXPECT_EQ(get_verb_level(), c.after) << (c.verb_level ? c.verb_level : "none") << ' ' << c.nvram;
     }
 }
 
-TEST_F(Startup, OtherSettings)
+TEST(Startup, OtherSettings)
 {
+    const diagtest::sim_board board;
     setenv("LOG_LEVEL", "7", 1);
     setenv("CONFIG_DEBUG", "", 1);
     setenv("DIAG_DEBUG", "5", 1);
@@ -61,50 +47,46 @@ TEST_F(Startup, OtherSettings)
     EXPECT_EQ(told.console, "Invalid verb level 9 - Valid range 0..3\n"
                             "nvram_query read 1068 bytes from the fifo\n"
                             "Invalid log level 7 - Valid range 0..3. Defaulting to 0\n");
-    EXPECT_EQ(told.log.size(), 3u); // the log level of before start-up holds until its own step
-    ASSERT_EQ(told.opened.size(), 1u);
-    EXPECT_EQ(told.opened[0].ident, "my_test");
-    EXPECT_EQ(told.opened[0].option, 8);
-    EXPECT_EQ(told.opened[0].facility, 136);
+    // The log level of before start-up holds until its own step.
+    EXPECT_EQ(std::ranges::count(told.log, '\n'), 3);
+    EXPECT_TRUE(told.log.ends_with(" to 0\n<open my_test 8 136>")) << told.log;
     EXPECT_EQ(get_config_debug_enable(), 1);
-    EXPECT_EQ(get_debug_enable(), 5);
 
-    unsetenv("LOG_LEVEL");
-    unsetenv("CONFIG_DEBUG");
-    unsetenv("DIAG_DEBUG");
+    for (const char *name : {"LOG_LEVEL", "CONFIG_DEBUG", "DIAG_DEBUG"}) {
+        unsetenv(name);
+    }
     set_log_level(3);
     setenv("VERB_LEVEL", "0", 1);
     board.set_faults("nvramtool 0 exit 1\n"); // which leaves the rest
     const auto less = capture([] { diag_system_init("my_test"); });
     EXPECT_EQ(less.console, error_line("nvramtool_query", "FAILED <<<---\nError Reading from nvram\n"));
-    EXPECT_EQ(less.opened.size(), 1u);
-    EXPECT_TRUE(capture([] { diag_print(1, "x"); }).log.empty()); // 0 again
+    EXPECT_TRUE(less.log.ends_with("<open my_test 8 136>")) << less.log;
+    EXPECT_EQ(capture([] { diag_print(1, "x"); }).log, ""); // 0 again
     EXPECT_EQ(get_config_debug_enable(), 0);
     EXPECT_EQ(get_debug_enable(), 5);
-    EXPECT_EQ(console_of([] { set_nvram_verb_level(nullptr); }), // told twice
+    EXPECT_EQ(capture([] { set_nvram_verb_level(nullptr); }).console, // told twice
               error_line("set_nvram_verb_level", "NVRAM is not valid. Could not set Verbosity level\n") +
                   error_line("set_nvram_verb_level", "NVRAM is not valid\n"));
 }
 
-TEST_F(Startup, WhoQueriesHow)
+TEST(Startup, WhoQueriesHow)
 {
-    const std::string own = "/tmp/nvram_pipe_" + std::to_string(getpid());
-    struct {
-        const char *name;
-        std::string command;
-    } const cases[] = {
-        {"test", "nvramtool --query --pipe=/tmp/nvram_pipe"},
-        {"/usr/bin/nvramtool", "nvramtool --query --pipe=/tmp/nvram_pipe"},
+    const diagtest::sim_board board;
+    const std::string shared = "/tmp/nvram_pipe", own = shared + '_' + std::to_string(getpid()),
+                      query = "nvramtool --query --pipe=";
+    const std::pair<const char *, std::string> cases[] = {
+        {"test", query + shared},
+        {"/usr/bin/nvramtool", query + shared},
         {"nvramtool", ""},
-        {"busbroker", "nvramtool --query --pipe=" + own + " --busbroker"},
-        {"my-busbroker2", "nvramtool --query --pipe=" + own + " --busbroker"},
+        {"busbroker", query + own + " --busbroker"},
+        {"my-busbroker2", query + own + " --busbroker"},
     };
-    for (const auto &c : cases) {
+    for (const auto &[name, command] : cases) {
         board.clear_commands();
-        console_of([&] { diag_system_init(c.name); });
+        capture([n = name] { diag_system_init(n); });
         const auto commands = board.commands();
-        EXPECT_EQ(commands.empty() ? "" : commands.back(), c.command) << c.name;
-        EXPECT_FALSE(std::filesystem::exists("/tmp/nvram_pipe") || std::filesystem::exists(own));
+        EXPECT_EQ(commands.empty() ? "" : commands.back(), command) << name;
+        EXPECT_FALSE(std::filesystem::exists(shared) || std::filesystem::exists(own));
     }
 }
 

@@ -1,36 +1,36 @@
 /* SPDX-License-Identifier: MIT */
 #include "support/capture.h"
 
-#include <cctype>
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
+#include <regex>
 #include <sys/mman.h>
 #include <syslog.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
 std::mutex log_mutex;
-diagtest::captured current;
+std::string log_calls;
 
-// "f[412]: " becomes "f[#]: ", wherever it stands.
-std::string without_lines(std::string text)
+void note(const std::string &call)
 {
-    for (size_t end = text.find("]: "); end != std::string::npos; end = text.find("]: ", end + 1)) {
-        const size_t number = text.find_last_not_of("0123456789", end - 1) + 1;
-        if (number > 1 && number < end && text[number - 1] == '[' && isalnum(text[number - 2]) != 0) {
-            end = text.replace(number, end - number, "#").find("]: ", number);
-        }
-    }
-    return text;
+    const std::lock_guard lock(log_mutex);
+    log_calls += call;
 }
 
-std::string contents(int fd)
+std::string taken_log()
 {
-    std::string text(static_cast<size_t>(lseek(fd, 0, SEEK_END)), '\0');
-    EXPECT_EQ(pread(fd, text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
-    return text;
+    const std::lock_guard lock(log_mutex);
+    return std::exchange(log_calls, "");
+}
+
+std::string without_lines(const std::string &text)
+{
+    static const std::regex line("([[:alnum:]])\\[[0-9]+\\]: ");
+    return std::regex_replace(text, line, "$1[#]: ");
 }
 
 } // namespace
@@ -39,8 +39,7 @@ extern "C" {
 
 void openlog(const char *ident, int option, int facility)
 {
-    const std::lock_guard lock(log_mutex);
-    current.opened.push_back({ident, option, facility});
+    note("<open " + std::string(ident) + ' ' + std::to_string(option) + ' ' + std::to_string(facility) + '>');
 }
 
 void syslog(int priority, const char *format, ...)
@@ -50,14 +49,12 @@ void syslog(int priority, const char *format, ...)
     va_start(args, format);
     vsnprintf(text, sizeof text, format, args);
     va_end(args);
-    const std::lock_guard lock(log_mutex);
-    current.log.push_back({priority, text});
+    note('<' + std::to_string(priority) + '>' + text);
 }
 
 void closelog(void)
 {
-    const std::lock_guard lock(log_mutex);
-    current.closed++;
+    note("<close>");
 }
 
 } // extern "C"
@@ -70,22 +67,15 @@ captured capture(const std::function<void()> &body)
     const int saved = dup(STDOUT_FILENO);
     const int file = memfd_create("console", MFD_CLOEXEC);
     dup2(file, STDOUT_FILENO);
-    {
-        const std::lock_guard lock(log_mutex);
-        current = {};
-    }
+    taken_log();
     body();
     fflush(stdout);
     dup2(saved, STDOUT_FILENO);
     close(saved);
-    const std::lock_guard lock(log_mutex);
-    captured result = current;
-    result.console = without_lines(contents(file));
+    std::string console(static_cast<size_t>(lseek(file, 0, SEEK_END)), '\0');
+    EXPECT_EQ(pread(file, console.data(), console.size(), 0), std::ssize(console));
     close(file);
-    for (log_entry &entry : result.log) {
-        entry.text = without_lines(entry.text);
-    }
-    return result;
+    return {without_lines(console), without_lines(taken_log())};
 }
 
 std::string console_of(const std::function<void()> &body)

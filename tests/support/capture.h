@@ -14,23 +14,11 @@
 
 namespace diagtest {
 
-struct log_entry {
-    int priority;
-    std::string text;
-    bool operator==(const log_entry &) const = default;
-};
-
-struct log_open {
-    std::string ident;
-    int option;
-    int facility;
-};
-
+/// Source lines in error prefixes are shown as [#].
 struct captured {
-    std::string console;        // standard output, source lines in error prefixes shown as [#]
-    std::vector<log_entry> log; // entries of the system log, the same way
-    std::vector<log_open> opened;
-    int closed = 0;
+    std::string console;
+    std::string
+        log; // the calls of the system log: "<PRIORITY>text", "<open NAME OPTIONS FACILITY>", "<close>"
 };
 
 /// Runs `body` and returns all that it told. Not to be nested.
