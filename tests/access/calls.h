@@ -5,6 +5,8 @@
 
 #include <filesystem>
 #include <fstream>
+#include <regex>
+#include <sstream>
 #include <sys/wait.h>
 
 #include "support/capture.h"
@@ -17,6 +19,29 @@ using namespace std::string_literals;
 constexpr uint32_t minus_one = UINT32_MAX;
 constexpr uint8_t two[] = {0x01, 0xab};
 
+/// What is left of what wrappers tell at verbosity 3 when the verbosity is lower. A line of no level of its
+/// own belongs to the message before it; the first is an error, or the tool's own.
+inline std::string told_at(int verbosity, const std::string &told)
+{
+    static const std::pair<std::regex, int> levels[] = {
+        {std::regex("ERROR: .*"), -1},
+        {std::regex("ipmitool_[gs]et: ipmitool raw 0x3(8 0x.|c 0x..) .*"), 3}, // of a register
+        {std::regex(".* bytes read from the fifo|FAILED <<<---|fgets .*|ipmi read .*"), 2},
+        {std::regex("ipmii2c_get:(\\[| [[:xdigit:]]{2}$).*"), 2},
+        {std::regex("(Calling|Byte|byte|The length) .*|\\w+_[gs]et\\w* ?: .*|.* bytes written to .*"), 1},
+    };
+    std::istringstream in(told);
+    std::string left;
+    int level = -1;
+    for (std::string line; std::getline(in, line);) {
+        const auto is_its = [&](const auto &known) { return std::regex_match(line, known.first); };
+        const auto *found = std::ranges::find_if(levels, is_its);
+        level = found != std::end(levels) ? found->second : level;
+        left += level <= verbosity ? line + (in.eof() ? "" : "\n") : "";
+    }
+    return left;
+}
+
 class Calls : public testing::Test {
   protected:
     diagtest::sim_board board;
@@ -25,17 +50,19 @@ class Calls : public testing::Test {
     bytes data = bytes(1024, 0xee);
     uint8_t *dest = data.data();
 
-    /// Calls the wrapper and expects what it tells at verbosity 3, its status, and that nothing stays behind.
+    /// Calls the wrapper at each verbosity and expects what it tells at 3 as far as its level goes, its
+    /// status, and that nothing stays behind.
     template <typename... P>
     void expect(const std::string &told, uint32_t status, uint32_t (*wrapper)(P...),
                 std::type_identity_t<P>... args)
     {
-        uint32_t result = 0;
-        set_verb_level(3);
-        EXPECT_EQ(diagtest::console_of([&] { result = wrapper(args...); }), told);
-        EXPECT_EQ(result, status) << told;
-        EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1); // no child
-        EXPECT_FALSE(std::filesystem::exists(path));  // no FIFO
+        for (int verbosity = 0; verbosity <= 3; verbosity++) {
+            set_verb_level(verbosity);
+            EXPECT_EQ(diagtest::told(status, [&] { return wrapper(args...); }), told_at(verbosity, told))
+                << told;
+            EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1); // no child
+            EXPECT_FALSE(std::filesystem::exists(path));  // no FIFO
+        }
     }
 
     /// The first bytes at `dest`, which is made new.
