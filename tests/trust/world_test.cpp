@@ -5,10 +5,7 @@
 #include <array>
 #include <csignal>
 #include <fcntl.h>
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
 #include <thread>
 
 #include "access/calls.h"
@@ -92,6 +89,13 @@ outcome of_good_tool(const wrapper &w, size_t missing)
     return {0, is_empty ? 0 : w.count - missing, is_told ? "The tool wrote nothing into %\n" : ""};
 }
 
+// Of a wrapper that cannot go on, if it has a report of that.
+outcome refused(const wrapper &w, const std::string &report)
+{
+    const uint32_t status = w.answers_by == fifo ? DIAG_ERR_FAILED : minus_one;
+    return report.empty() ? of_good_tool(w, 0) : outcome{status, 0, error_line(w.name, report + "\n")};
+}
+
 class World : public Calls {
   protected:
     struct result {
@@ -103,6 +107,12 @@ class World : public Calls {
     std::string folder = board.root; // of the FIFOs
     std::vector<result> good;
     std::string told;
+
+    void SetUp() override
+    {
+        good = call_all();
+        expect_good();
+    }
 
     std::string pipe_of(const wrapper &w) const
     {
@@ -135,31 +145,31 @@ class World : public Calls {
         return results;
     }
 
-    /// Of a wrapper that cannot go on, if it has a report of that.
-    static outcome refused(const wrapper &w, const std::string &report)
-    {
-        const uint32_t status = w.answers_by == fifo ? DIAG_ERR_FAILED : minus_one;
-        return report.empty() ? of_good_tool(w, 0) : outcome{status, 0, error_line(w.name, report + "\n")};
-    }
-
-    /// Takes the message out of what was told.
-    void take(const wrapper &w, std::string message)
-    {
-        const size_t path_at = message.find('%');
-        message = path_at == std::string::npos ? message : message.replace(path_at, 1, pipe_of(w));
-        const size_t at = told.find(message);
-        ASSERT_NE(at, std::string::npos) << message << told;
-        told.erase(at, message.size());
-    }
-
     void expect_good()
     {
         const auto results = call_all();
         EXPECT_EQ(told, "\n") << "of ipmitool itself, whose output ipmii2c2_set lets pass";
-        good = good.empty() ? results : good;
         for (size_t i = 0; i < all.size(); i++) {
             EXPECT_TRUE(results[i].status == 0 && results[i].data == good[i].data) << all[i].name;
             EXPECT_FALSE(std::filesystem::exists(pipe_of(all[i])));
+        }
+    }
+
+    void expect(const wrapper &w, const result &met, const result &well, const outcome &expected,
+                bool leaves_fifo)
+    {
+        const std::string message = std::regex_replace(expected.told, std::regex("%"), pipe_of(w));
+        const size_t at = told.find(message);
+        EXPECT_EQ(met.status, expected.status) << w.name;
+        ASSERT_NE(at, std::string::npos) << message << told;
+        told.erase(at, message.size());
+        EXPECT_EQ(met.data[w.count], 0xee) << w.name;
+        EXPECT_EQ(std::filesystem::exists(pipe_of(w)), leaves_fifo && w.answers_by == fifo) << w.name;
+        if (w.answers_by == fifo && expected.stored < w.count) {
+            const auto *end = met.data.begin() + expected.stored;
+            EXPECT_TRUE(std::equal(met.data.begin(), end, well.data.begin())) << w.name;
+            EXPECT_EQ(*end, w.count == most_bytes ? 0 : 0xee)
+                << "the record is cleared before it is asked for";
         }
     }
 
@@ -168,20 +178,9 @@ class World : public Calls {
               const std::function<outcome(const wrapper &)> &expected, bool leaves_fifos = false)
     {
         SCOPED_TRACE(name);
-        expect_good();
         const auto results = call_all(begin);
         for (size_t i = 0; i < all.size(); i++) {
-            const wrapper &w = all[i];
-            const outcome o = expected(w);
-            const auto differs = std::ranges::mismatch(results[i].data, good[i].data).in1;
-            EXPECT_EQ(results[i].status, o.status) << w.name;
-            take(w, o.told);
-            EXPECT_EQ(results[i].data[w.count], 0xee) << w.name;
-            EXPECT_EQ(std::filesystem::exists(pipe_of(w)), leaves_fifos && w.answers_by == fifo) << w.name;
-            if (w.answers_by == fifo && w.count < most_bytes && o.stored < w.count) {
-                EXPECT_EQ(differs - results[i].data.begin(), o.stored) << w.name;
-                EXPECT_EQ(*differs, 0xee);
-            }
+            expect(all[i], results[i], good[i], expected(all[i]), leaves_fifos);
         }
         EXPECT_LE(std::ranges::count(told, '\n'), 1)
             << "more than ipmitool's line behind all reports: " << told;
@@ -190,64 +189,45 @@ class World : public Calls {
     }
 };
 
-TEST_F(World, FaultsOfTools)
+TEST_F(World, FaultsOfToolsAndFolders)
 {
-    const std::pair<const char *, std::function<outcome(const wrapper &)>> faults[] = {
-        {"exit 2", [](const wrapper &w) { return of_failed_tool(w, 2 << 8); }},
-        {"signal 9", [](const wrapper &w) { return of_failed_tool(w, (128 + SIGKILL) << 8); }},
-        {"silent", [](const wrapper &w) { return of_good_tool(w, w.count); }},
-        {"short 1", [](const wrapper &w) { return of_good_tool(w, 1); }},
-        {"long 3", [](const wrapper &w) { return of_good_tool(w, 0); }},
-        {"late 30", [](const wrapper &w) { return of_good_tool(w, 0); }},
-    };
-    for (const auto &[name, expected] : faults) {
+    const std::string path_now = getenv("PATH");
+    const auto all_fail = [this](const std::string &how) {
         std::string lines;
         for (const char *tool :
              {"i2ctool", "ipmitool", "gpiotool", "lpctool", "pcitool", "memtool", "nvramtool"}) {
-            lines += tool + " 0 "s + name + "\n";
+            lines += tool + " 0 "s + how + "\n";
         }
-        meet(
-            name, [&] { board.set_faults(lines); }, [&] { board.set_faults(""); }, expected);
+        return [=, this] { board.set_faults(lines); };
+    };
+    const auto no_fault = [this] { board.set_faults(""); };
+    const struct {
+        const char *name;
+        std::function<void()> begin, end;
+        std::function<outcome(const wrapper &)> expected;
+    } faults[] = {
+        {"exit", all_fail("exit 2"), no_fault, [](auto &w) { return of_failed_tool(w, 2 << 8); }},
+        {"signal", all_fail("signal 9"), no_fault,
+         [](auto &w) { return of_failed_tool(w, (128 + SIGKILL) << 8); }},
+        {"silent", all_fail("silent"), no_fault, [](auto &w) { return of_good_tool(w, w.count); }},
+        {"short", all_fail("short 1"), no_fault, [](auto &w) { return of_good_tool(w, 1); }},
+        {"long", all_fail("long 3"), no_fault, [](auto &w) { return of_good_tool(w, 0); }},
+        {"late", all_fail("late 30"), no_fault, [](auto &w) { return of_good_tool(w, 0); }},
+        {"garbage", [this] { board.set_faults("ipmitool 0 garbage\n"); }, no_fault,
+         [](auto &w) {
+             const bool reads_any_text = w.name == "ipmitool_get"s; // and makes bytes of it
+             return w.answers_by >= text && !reads_any_text ? outcome{w.status} : of_good_tool(w, 0);
+         }},
+        {"SIGCHLD ignored", [] { signal(SIGCHLD, SIG_IGN); }, [] { signal(SIGCHLD, SIG_DFL); },
+         [](auto &w) { return w.answers_by == text ? of_good_tool(w, 0) : of_failed_tool(w, minus_one); }},
+        {"no tools", [] { setenv("PATH", "/nowhere", 1); }, [&] { setenv("PATH", path_now.c_str(), 1); },
+         [](auto &w) { return of_failed_tool(w, 127 << 8); }},
+        {"no folder", [this] { folder += "/none"; }, [this] { folder = board.root; },
+         [](auto &w) { return refused(w, w.create_failed); }},
+    };
+    for (const auto &f : faults) {
+        meet(f.name, f.begin, f.end, f.expected);
     }
-    meet(
-        "SIGCHLD ignored", [] { signal(SIGCHLD, SIG_IGN); }, [] { signal(SIGCHLD, SIG_DFL); },
-        [](const wrapper &w) {
-            return w.answers_by == text ? of_good_tool(w, 0) : of_failed_tool(w, minus_one);
-        });
-    const std::string path_now = getenv("PATH");
-    meet(
-        "no tools", [] { setenv("PATH", "/nowhere", 1); }, [&] { setenv("PATH", path_now.c_str(), 1); },
-        [](const wrapper &w) { return of_failed_tool(w, 127 << 8); });
-    meet(
-        "garbage", [&] { board.set_faults("ipmitool 0 garbage\n"); }, [&] { board.set_faults(""); },
-        [](const wrapper &w) {
-            const bool reads_any_text = w.name == "ipmitool_get"s; // and makes bytes of it
-            return w.answers_by >= text && !reads_any_text ? outcome{w.status} : of_good_tool(w, 0);
-        });
-}
-
-TEST_F(World, FaultsOfFolders)
-{
-    meet(
-        "umask 077", [] { umask(077); }, [] { umask(022); },
-        [](const wrapper &w) { return of_good_tool(w, 0); });
-    meet(
-        "no folder", [&] { folder += "/none"; }, [&] { folder = board.root; },
-        [](const wrapper &w) { return refused(w, w.create_failed); });
-}
-
-TEST_F(World, AFullFileSystem)
-{
-    const std::string full = board.root + "/full";
-    std::filesystem::create_directory(full);
-    if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-        mount("none", full.c_str(), "tmpfs", 0, "size=4k,nr_inodes=1") != 0) {
-        GTEST_SKIP() << "no file system can be mounted here (root may)";
-    }
-    meet(
-        "full", [&] { folder = full; }, [&] { folder = board.root; },
-        [](const wrapper &w) { return refused(w, w.create_failed); });
-    umount(full.c_str());
 }
 
 TEST_F(World, NoDescriptorLeft)
