@@ -3,47 +3,26 @@
 // text. Where it is cut must not matter.
 #include "support.h"
 
-#include <string>
-#include <vector>
-
 #include "access/ipmi_text.h"
 
 namespace {
 
-using boarddiag::placed_pairs;
+using taker = bool (*)(boarddiag::placed_pairs *, std::string_view);
 
-template <bool take(placed_pairs *, std::string_view)>
-std::vector<uint8_t> pairs_of(std::string_view text, size_t room, size_t limit)
+std::vector<uint8_t> pairs_of(taker take, std::string_view text, size_t room, size_t limit)
 {
     std::vector<uint8_t> dest(room, 0xee);
-    placed_pairs pairs{};
+    boarddiag::placed_pairs pairs{};
     bool wanted = true;
 
     pairs.dest = dest;
-    while (wanted && !text.empty()) {
-        const std::vector<char> piece(
-            text.begin(),
-            text.begin() + std::min<ptrdiff_t>(std::ssize(text), static_cast<ptrdiff_t>(limit)));
+    for (; wanted && !text.empty(); text.remove_prefix(std::min(limit, text.size()))) {
+        const std::string_view head = text.substr(0, limit);
+        const std::vector<char> piece(head.begin(), head.end());
         wanted = take(&pairs, {piece.data(), piece.size()});
-        text.remove_prefix(piece.size());
     }
     boarddiag::end_pairs(&pairs);
     return dest;
-}
-
-template <bool take(placed_pairs *, std::string_view)>
-void check(std::string_view text, size_t room, size_t limit)
-{
-    fuzz::require(pairs_of<take>(text, room, limit) == pairs_of<take>(text, room, text.size()));
-}
-
-void check_bus(std::string_view text)
-{
-    int number = 0;
-
-    boarddiag::bus_number_behind_dash(fuzz::copy_of(text).get(), &number);
-    boarddiag::bus_number_of_second_piece(fuzz::copy_of(text.substr(0, boarddiag::max_bus_text)).get(),
-                                          &number);
 }
 
 } // namespace
@@ -55,10 +34,14 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const size_t limit = fuzz::next_byte(&text) + size_t{1};
     const std::vector<char> line(text.begin(), text.end());
     std::vector<uint8_t> dest(room);
+    int number = 0;
 
     fuzz::require(boarddiag::store_pairs({line.data(), line.size()}, dest) <= room);
-    check<boarddiag::take_lines>(text, room, limit);
-    check<boarddiag::take_block>(text, room, limit);
-    check_bus(text);
+    for (const taker take : {boarddiag::take_lines, boarddiag::take_block}) {
+        fuzz::require(pairs_of(take, text, room, limit) == pairs_of(take, text, room, text.size()));
+    }
+    boarddiag::bus_number_behind_dash(fuzz::copy_of(text).get(), &number);
+    boarddiag::bus_number_of_second_piece(fuzz::copy_of(text.substr(0, boarddiag::max_bus_text)).get(),
+                                          &number);
     return 0;
 }

@@ -16,7 +16,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         response.data = line.empty() ? nullptr : text.get();
         const uint32_t status = busbroker_parse_update_queues(&client.tool, nullptr, &response);
         fuzz::require(status == 0 || status == DIAG_ERR_INVALID_ARG);
-        fuzz::require(status != 0 || fuzz::filed(client) != nullptr);
+        fuzz::require(status != 0 || client.filed() != nullptr);
     }
     return 0;
 }

@@ -2,7 +2,6 @@
 // The socket configuration: an input that begins with "<" is an XML document, any other one the text form.
 #include "support.h"
 
-#include <cstring>
 #include <libxml/parser.h>
 
 namespace {

@@ -2,8 +2,6 @@
 // Numbers, cleaned texts and versions: a count, a text, and behind a line end a second text to compare with.
 #include "support.h"
 
-#include <cstring>
-
 namespace {
 
 void check_numbers(const char *text)

@@ -4,9 +4,6 @@
 // it.
 #include "support.h"
 
-#include <cstring>
-#include <vector>
-
 namespace {
 
 enum flag : uint8_t { daemon_record = 0x01, verbose = 0x02, no_record = 0x04 };
