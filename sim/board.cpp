@@ -73,7 +73,7 @@ bool access_image(const board &b, std::string_view image, direction way, uint64_
 bool open_board(board &b, const char *folder)
 {
     if (folder == nullptr || *folder == '\0') {
-        complain("BOARDSIM_DIR names no board; make one with: boardsim init DIR");
+        complain("BOARDSIM_DIR names no board; make one with: boardsim init FOLDER");
         return false;
     }
     b.folder = folder;

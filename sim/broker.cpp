@@ -241,10 +241,8 @@ void print_counts(const broker &bb)
 
 int run_broker(arguments args)
 {
-    set_program("boardsim broker");
     std::optional<broker_settings> settings = parse_broker_options(args);
     if (!settings) {
-        fprintf(stderr, "usage:\n%s\n", broker_synopsis);
         return status_usage;
     }
     board b;

@@ -8,12 +8,6 @@
 
 namespace boardsim {
 
-const char broker_synopsis[] =
-    "boardsim broker [--ip=127.0.0.1] [--port=N] [--seed=N] [--lose=PERCENT] [--double=PERCENT]\n"
-    "    [--delay=PERCENT:MS] [--reorder=PERCENT] [--damage=PERCENT] [--split=PERCENT] [--join=PERCENT]\n"
-    "    [--ack-first=PERCENT] [--late=MS] [--refuse=N] [--refuse-type=TYPE:N,...] [--refuse-word=WORD]\n"
-    "    [--not-found] [--silent] [--silent-after=N] [--max-requests=N] [--dyn-id=0xID:NAME,...]";
-
 namespace {
 
 using enum option_kind;
@@ -55,7 +49,8 @@ template <typename Take> bool each_pair(std::string_view option, std::string_vie
         const std::string_view item = list.substr(0, list.find(','));
         const size_t colon = item.find(':');
         if (colon == std::string_view::npos || !take(item.substr(0, colon), item.substr(colon + 1))) {
-            complain("malformed value of --%s: %s", std::string(option).c_str(), std::string(item).c_str());
+            complain_usage("malformed value of --%s: %s", std::string(option).c_str(),
+                           std::string(item).c_str());
             return false;
         }
         list.remove_prefix(std::min(list.size(), item.size() + 1));
@@ -104,7 +99,7 @@ bool take_address(const option_values &values, sockaddr_in &address)
     address.sin_port = htons(static_cast<uint16_t>(number_of(values, "port")));
     if (inet_pton(AF_INET, ip.c_str(), &address.sin_addr) != 1 ||
         ntohl(address.sin_addr.s_addr) >> 24 != IN_LOOPBACKNET) {
-        complain("--ip is no loopback address: %s", ip.c_str());
+        complain_usage("--ip is no loopback address: %s", ip.c_str());
         return false;
     }
     return true;

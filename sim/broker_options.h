@@ -28,8 +28,6 @@ struct broker_settings {
     std::map<uint16_t, std::string, std::less<>> dynamic_ids; // names to tell, by number
 };
 
-extern const char broker_synopsis[];
-
 /// Nothing, told on standard error, when the arguments are wrong.
 std::optional<broker_settings> parse_broker_options(std::span<const char *const> args);
 

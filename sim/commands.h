@@ -8,8 +8,7 @@
 namespace boardsim {
 
 struct command {
-    const char *name;
-    const char *synopsis;
+    std::string_view name;      // with the program's before it
     int (*run)(arguments args); // returns the exit status
 };
 

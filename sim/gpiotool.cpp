@@ -52,9 +52,6 @@ constexpr command_form forms[] = {
 
 } // namespace
 
-const tool gpiotool = {"gpiotool",
-                       "  gpiotool --get --chip=N --pin=N --pipe=FIFO\n"
-                       "  gpiotool --set --chip=N --pin=N --val=N [--busbroker_req]",
-                       forms, nullptr};
+const tool gpiotool = {"gpiotool", forms, nullptr};
 
 } // namespace boardsim

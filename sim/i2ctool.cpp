@@ -52,7 +52,7 @@ bool good_width(const option_values &values)
 {
     const uint64_t width = number_of(values, "width");
     if (width != narrow && width != wide) {
-        complain("--width is 8 or 16");
+        complain_usage("--width is 8 or 16");
         return false;
     }
     return true;
@@ -89,7 +89,7 @@ int write_register(tool_run &run, const option_values &values)
 {
     const std::string_view flags = text_of(values, "flag");
     if (!flags.empty() && flags != "pec") {
-        complain("--flag is pec or empty");
+        complain_usage("--flag is pec or empty");
         return status_usage;
     }
     if (!good_width(values)) {
@@ -113,15 +113,6 @@ constexpr command_form forms[] = {
 
 } // namespace
 
-const tool i2ctool = {
-    "i2ctool",
-    "  i2ctool --read --bus=BUS --addr=0xHH --count=N --pipe=FIFO --width=8|16 [--no_control] REG "
-    "[--reg_le]\n"
-    "          with REG one of --reg=0xHH --reg16=0xHHHH --regblock=0xHH\n"
-    "  i2ctool --write --bus=BUS --addr=0xHH --width=8|16 [--flag=[pec]] [--busbroker_req] [--no_control]\n"
-    "          REG --val=[0xHH,...] [--reg_le]\n"
-    "          with REG one of --reg=0xHH --reg16=0xHHHH --regblock=0xHHHH\n"
-    "  i2ctool --no_data --bus=BUS --addr=0xHH",
-    forms, nullptr};
+const tool i2ctool = {"i2ctool", forms, nullptr};
 
 } // namespace boardsim

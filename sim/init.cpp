@@ -156,21 +156,40 @@ bool prepare_folder(const std::filesystem::path &folder, bool force)
     return true;
 }
 
+// Reads the command line; null, told, when it does not name one folder.
+const char *folder_of(arguments args, bool &force)
+{
+    const char *folder = nullptr;
+    for (const char *word : args) {
+        if (std::string_view(word) == "--force") {
+            force = true;
+        } else if (*word == '-' || folder != nullptr) {
+            complain_usage(*word == '-' ? "unknown option: %s" : "one folder too many: %s", word);
+            return nullptr;
+        } else {
+            folder = word;
+        }
+    }
+    if (folder == nullptr) {
+        complain_usage("no folder is named");
+    }
+    return folder;
+}
+
 } // namespace
 
 int run_init(arguments args)
 {
-    const bool force = !args.empty() && std::string_view(args[0]) == "--force";
-    const arguments folder = args.subspan(force ? 1 : 0);
-    if (folder.size() != 1 || std::string_view(folder[0]).starts_with("--")) {
-        complain("init takes one folder, and --force before it");
+    bool force = false;
+    const char *folder = folder_of(args, force);
+    if (folder == nullptr) {
         return status_usage;
     }
-    if (!prepare_folder(folder[0], force)) {
+    if (!prepare_folder(folder, force)) {
         return status_device;
     }
     board b;
-    const bool good = open_board(b, folder[0]) && lock_board(b) && write_board(b);
+    const bool good = open_board(b, folder) && lock_board(b) && write_board(b);
     close_board(b);
     return good ? status_ok : status_device;
 }

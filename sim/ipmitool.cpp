@@ -156,11 +156,11 @@ bool parse_request(arguments args, bytes &out)
 {
     const bool padded = parse_bytes(args, padded_hex, out);
     if (!padded && !parse_bytes(args, plain_hex, out)) {
-        complain("each byte is 0xHH, or each is 0xH without leading zeros");
+        complain_usage("each byte is 0xHH, or each is 0xH without leading zeros");
         return false;
     }
     if (out.size() < 2 || (!padded && out[0] == 0x3a)) {
-        complain(out.size() < 2 ? "no network function and command" : "0x3a takes each byte as 0xHH");
+        complain_usage(out.size() < 2 ? "no network function and command" : "0x3a takes each byte as 0xHH");
         return false;
     }
     return true;
@@ -209,7 +209,7 @@ int run_raw(tool_run &run, arguments args)
 {
     bytes message;
     if (args.empty() || std::string_view(args[0]) != "raw") {
-        complain("only raw requests are known");
+        complain_usage("only raw requests are known");
         return status_usage;
     }
     if (!parse_request(args.subspan(1), message)) {
@@ -223,10 +223,6 @@ int run_raw(tool_run &run, arguments args)
 
 } // namespace
 
-const tool ipmitool = {"ipmitool",
-                       "  ipmitool raw NETFN COMMAND [DATA...]\n"
-                       "          each byte as 0xHH, or each as 0xH without leading zeros; 0x3a as 0xHH only",
-                       {},
-                       run_raw};
+const tool ipmitool = {"ipmitool", {}, run_raw};
 
 } // namespace boardsim

@@ -25,7 +25,7 @@ bool good_size(const option_values &values)
 {
     const std::string_view size = text_of(values, "size");
     if (size != "b" && size != "w" && size != "l") {
-        complain("--size is b, w or l");
+        complain_usage("--size is b, w or l");
         return false;
     }
     return true;
@@ -60,9 +60,6 @@ constexpr command_form forms[] = {
 
 } // namespace
 
-const tool lpctool = {"lpctool",
-                      "  lpctool --get --addr=0xHHHHHHHH --size=b|w|l --count=N --pipe=FIFO\n"
-                      "  lpctool --write --addr=0xHHHHHHHH --size=b|w|l [--busbroker_req] --val=[0xH,...]",
-                      forms, nullptr};
+const tool lpctool = {"lpctool", forms, nullptr};
 
 } // namespace boardsim

@@ -1,14 +1,14 @@
 /* SPDX-License-Identifier: MIT */
 // boardsim acts by the name it is called by: one of the board's tools, or boardsim itself.
 #include <array>
-#include <cstdio>
 #include <cstring>
+#include <string>
 #include <string_view>
 
-#include "broker_options.h"
 #include "commands.h"
 #include "message.h"
 #include "tools.h"
+#include "usage.h"
 
 #ifdef __SANITIZE_ADDRESS__
 // At the end of a tool the search for leaks takes longer than all that the tool does. The simulator's own
@@ -23,40 +23,50 @@ namespace {
 
 using namespace boardsim;
 
+constexpr std::string_view program = "boardsim";
+
 constexpr std::array commands = {
-    command{"init", "boardsim init [--force] DIR", run_init},
-    command{"broker", broker_synopsis, run_broker},
+    command{"boardsim init", run_init},
+    command{"boardsim broker", run_broker},
 };
 
-void print_help()
+int refuse(std::string_view name)
 {
-    puts("The simulated board. Its tools work on the board in the folder that BOARDSIM_DIR names.\n");
-    for (const command &c : commands) {
-        puts(c.synopsis);
-    }
-    puts("boardsim TOOL [arguments of the tool]\n\nThe tools, also to be called by their own names:\n");
-    for (const tool *t : all_tools()) {
-        puts(t->synopsis);
-    }
+    complain_usage(name.empty() ? "no command is given" : "no such command or tool: %s",
+                   std::string(name).c_str());
+    return status_usage;
+}
+
+int help(arguments args)
+{
+    const std::string_view name = args.empty() ? program : args[0];
+    return print_help(name) ? status_ok : refuse(name);
+}
+
+int run_named(const command &what, arguments args)
+{
+    set_program(what.name);
+    return is_answered(what.name, args) ? status_ok : what.run(args);
 }
 
 int run_command(arguments args)
 {
     const std::string_view name = args.empty() ? "" : args[0];
-    if (name == "--help") {
-        print_help();
+    if (is_answered(program, args)) {
         return status_ok;
     }
+    if (name == "help") {
+        return help(args.subspan(1));
+    }
     for (const command &c : commands) {
-        if (name == c.name) {
-            return c.run(args.subspan(1));
+        if (c.name.substr(program.size() + 1) == name) {
+            return run_named(c, args.subspan(1));
         }
     }
     if (const tool *t = find_tool(name)) {
         return run_tool(*t, args.subspan(1));
     }
-    complain("no such command; boardsim --help lists them");
-    return status_usage;
+    return refuse(name);
 }
 
 } // namespace

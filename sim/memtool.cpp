@@ -34,7 +34,7 @@ size_t item_bytes(const option_values &values)
 {
     const uint64_t width = number_of(values, "width");
     if (width != 8 && width != 16 && width != 32 && width != 64) {
-        complain("--width is 8, 16, 32 or 64");
+        complain_usage("--width is 8, 16, 32 or 64");
         return 0;
     }
     return static_cast<size_t>(width / 8);
@@ -72,7 +72,7 @@ bool lay_out(std::span<const uint64_t> items, size_t item, std::vector<uint8_t> 
             value >>= 8;
         }
         if (value != 0) {
-            complain("a value has more than %zu bits", item * 8);
+            complain_usage("a value has more than %zu bits", item * 8);
             return false;
         }
     }
@@ -96,9 +96,6 @@ constexpr command_form forms[] = {
 
 } // namespace
 
-const tool memtool = {"memtool",
-                      "  memtool --get --addr=0xHHHHHHHH --count=N --width=8|16|32|64 --pipe=FIFO [--be]\n"
-                      "  memtool --write [--busbroker] --addr=0xHHHHHHHH --width=8|16|32|64 --val=[0xH,...]",
-                      forms, nullptr};
+const tool memtool = {"memtool", forms, nullptr};
 
 } // namespace boardsim

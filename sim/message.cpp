@@ -3,26 +3,42 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <string>
 
 namespace boardsim {
 
 namespace {
-const char *program = "boardsim";
+
+std::string program = "boardsim";
+
+void print(const char *format, va_list args, const std::string &behind)
+{
+    char text[1024];
+    vsnprintf(text, sizeof text, format, args);
+    fprintf(stderr, "%s: %s%s\n", program.c_str(), text, behind.c_str());
 }
 
-void set_program(const char *name)
+} // namespace
+
+void set_program(std::string_view name)
 {
     program = name;
 }
 
 void complain(const char *format, ...)
 {
-    char text[1024];
     va_list args;
     va_start(args, format);
-    vsnprintf(text, sizeof text, format, args);
+    print(format, args, "");
     va_end(args);
-    fprintf(stderr, "%s: %s\n", program, text);
+}
+
+void complain_usage(const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    print(format, args, "; see " + program + " --help");
+    va_end(args);
 }
 
 } // namespace boardsim

@@ -34,6 +34,6 @@ constexpr command_form forms[] = {{"query", query_options, query}};
 
 } // namespace
 
-const tool nvramtool = {"nvramtool", "  nvramtool --query --pipe=FIFO [--busbroker]", forms, nullptr};
+const tool nvramtool = {"nvramtool", forms, nullptr};
 
 } // namespace boardsim

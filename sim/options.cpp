@@ -73,15 +73,15 @@ bool take(std::string_view arg, std::span<const option_spec> specs, option_value
     const std::string shown(arg);
     const option_spec *spec = match(arg, specs, value);
     if (spec == nullptr) {
-        complain("unknown option here: %s", shown.c_str());
+        complain_usage("unknown option here: %s", shown.c_str());
         return false;
     }
     if (given(values, value.name)) {
-        complain("option given twice: %s", shown.c_str());
+        complain_usage("option given twice: %s", shown.c_str());
         return false;
     }
     if (!parse_value(*spec, value)) {
-        complain("malformed value: %s", shown.c_str());
+        complain_usage("malformed value: %s", shown.c_str());
         return false;
     }
     values.push_back(std::move(value));
@@ -94,7 +94,7 @@ bool complete(const option_values &values, std::span<const option_spec> specs)
     size_t chosen = 0;
     for (const option_spec &spec : specs) {
         if (spec.need == presence::required && !given(values, spec.name)) {
-            complain("missing option: --%s", spec.name);
+            complain_usage("missing option: --%s", spec.name);
             return false;
         }
         if (spec.need == presence::one_of) {
@@ -103,7 +103,7 @@ bool complete(const option_values &values, std::span<const option_spec> specs)
         }
     }
     if (!choices.empty() && chosen != 1) {
-        complain("exactly one option is needed of%s", choices.c_str());
+        complain_usage("exactly one option is needed of%s", choices.c_str());
         return false;
     }
     return true;

@@ -36,7 +36,7 @@ bool good_width(const option_values &values)
 {
     const uint64_t width = number_of(values, "width");
     if (width != 8 && width != 16 && width != 32) {
-        complain("--width is 8, 16 or 32");
+        complain_usage("--width is 8, 16 or 32");
         return false;
     }
     return true;
@@ -64,7 +64,7 @@ int get_config(tool_run &run, const option_values &values)
 int write_config(tool_run &run, const option_values &values)
 {
     if (given(values, "busbroker_req") != given(values, "width")) {
-        complain("--busbroker_req and --width go together");
+        complain_usage("--busbroker_req and --width go together");
         return status_usage;
     }
     if (given(values, "width") && !good_width(values)) {
@@ -82,11 +82,6 @@ constexpr command_form forms[] = {
 
 } // namespace
 
-const tool pcitool = {
-    "pcitool",
-    "  pcitool --get --bus=N --dev=N --func=N --offset=0xHH --pipe=FIFO --count=N --width=8|16|32\n"
-    "  pcitool --write --bus=0xHH --dev=0xHH --func=0xHH --offset=0xHH [--busbroker_req --width=8|16|32]\n"
-    "          --val=[0xHH,...]",
-    forms, nullptr};
+const tool pcitool = {"pcitool", forms, nullptr};
 
 } // namespace boardsim

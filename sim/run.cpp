@@ -15,6 +15,7 @@
 
 #include "message.h"
 #include "tools.h"
+#include "usage.h"
 
 namespace boardsim {
 
@@ -53,15 +54,24 @@ void die_of(int signal_number)
     raise(signal_number);
 }
 
+int refuse_verb(const tool &what, const std::string &verb)
+{
+    std::string verbs;
+    for (const command_form &form : what.forms) {
+        verbs += std::string(verbs.empty() ? "--" : " or --") + form.verb;
+    }
+    complain_usage("the first argument is %s, not '%s'", verbs.c_str(), verb.c_str());
+    return status_usage;
+}
+
 int run_form(const tool &what, tool_run &run, arguments args)
 {
-    const std::string_view verb = args.empty() ? "" : args[0];
+    const std::string verb = args.empty() ? "" : args[0];
     const auto form = std::ranges::find_if(what.forms, [&](const command_form &f) {
         return verb.starts_with("--") && verb.substr(2) == f.verb;
     });
     if (form == what.forms.end()) {
-        complain("the first argument tells what to do");
-        return status_usage;
+        return refuse_verb(what, verb);
     }
     const std::optional<option_values> values = parse_options(args, form->options);
     return values ? form->run(run, *values) : status_usage;
@@ -69,11 +79,7 @@ int run_form(const tool &what, tool_run &run, arguments args)
 
 int access_board(const tool &what, tool_run &run, arguments args)
 {
-    const int status = what.run_raw != nullptr ? what.run_raw(run, args) : run_form(what, run, args);
-    if (status == status_usage) {
-        fprintf(stderr, "usage:\n%s\n", what.synopsis);
-    }
-    return status;
+    return what.run_raw != nullptr ? what.run_raw(run, args) : run_form(what, run, args);
 }
 
 int run_locked(const tool &what, board &b, arguments args)
@@ -120,14 +126,12 @@ const tool *find_tool(std::string_view name)
     return at == tools.end() ? nullptr : *at;
 }
 
-std::span<const tool *const> all_tools()
-{
-    return tools;
-}
-
 int run_tool(const tool &what, arguments args)
 {
     set_program(what.name);
+    if (is_answered(what.name, args)) {
+        return status_ok;
+    }
     signal(SIGPIPE, SIG_IGN);
     board b;
     int status = status_device;
@@ -141,7 +145,7 @@ int run_tool(const tool &what, arguments args)
 bool sized(std::vector<uint8_t> &bytes, uint64_t count)
 {
     if (count > largest_result) {
-        complain("a result of more than %u bytes does not fit a FIFO", largest_result);
+        complain_usage("a result of more than %u bytes does not fit a FIFO", largest_result);
         return false;
     }
     bytes.resize(static_cast<size_t>(count));

@@ -31,7 +31,6 @@ struct command_form {
 
 struct tool {
     const char *name;
-    const char *synopsis; // one form a line
     std::span<const command_form> forms;
     int (*run_raw)(tool_run &run, arguments args); // in place of forms, for a tool without options
 };
@@ -40,7 +39,6 @@ extern const tool gpiotool, i2ctool, ipmitool, lpctool, memtool, nvramtool, pcit
 
 /// The tool of that name, or null.
 const tool *find_tool(std::string_view name);
-std::span<const tool *const> all_tools();
 
 /// A whole run of a tool as a program: log, faults, options, access, result. Returns the exit status.
 int run_tool(const tool &what, arguments args);

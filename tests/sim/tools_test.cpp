@@ -54,9 +54,51 @@ TEST(Tools, RefuseEveryOtherSpelling)
     }
     EXPECT_EQ(board.image(eeprom, 0, 256), before);
     EXPECT_EQ(board.commands(), refused);
-    const run_result told = run_shell("i2ctool --no_data --bus=3 --addr=0x5");
-    EXPECT_EQ(told.err.rfind("i2ctool: malformed value: --addr=0x5\nusage:\n  i2ctool --read", 0), 0U)
-        << told.err;
+    EXPECT_EQ(run_shell("i2ctool --no_data --bus=3 --addr=0x5").err,
+              "i2ctool: malformed value: --addr=0x5; see i2ctool --help\n");
+    EXPECT_EQ(run_shell("boardsim nvramtool --set").err,
+              "nvramtool: the first argument is --query, not '--set'; see nvramtool --help\n");
+}
+
+TEST(Help, OfEveryToolAndScriptNeedsNoBoardAndAccessesNone)
+{
+    const sim_board board;
+    std::vector<std::string> names = {"boardsim", "boardsim init", "boardsim broker"};
+    for (const char *tool :
+         {"gpiotool", "i2ctool", "ipmitool", "lpctool", "memtool", "nvramtool", "pcitool"}) {
+        names.emplace_back(tool);
+    }
+    for (const auto &script : std::filesystem::directory_iterator(SOURCE_DIR "/scripts")) {
+        // One that does not read this in would do its work here.
+        ASSERT_NE(text_of(script.path()).find("/arguments\n"), std::string::npos) << script.path();
+        names.push_back("scripts/" + script.path().filename().string());
+    }
+    for (const std::string &name : names) {
+        for (const std::string option : {" --help", " --version"}) {
+            const run_result run = run_shell("cd '" SOURCE_DIR "'; " + name + option);
+            EXPECT_EQ(run.status, 0) << name;
+            EXPECT_EQ(run.out.rfind(name, 0), 0U) << run.out;
+            EXPECT_EQ(run.out.find('['), std::string::npos) << run.out; // would be typed
+            EXPECT_EQ(run.err, "") << name;
+        }
+    }
+    EXPECT_EQ(board.commands().size(), 0U);
+    EXPECT_EQ(run_shell("unset BOARDSIM_DIR; boardsim help lpctool").out, run_shell("lpctool --help").out);
+}
+
+TEST(Setup, WithoutSudoEndsWithTheLineForRoot)
+{
+    const sim_board board;
+    const run_result run = run_shell("mkdir " + board.root + "/bin; cd " + board.root + "/bin\n" +
+                                     "ln -s $(command -v bash) $(command -v dirname) .\n"
+                                     "printf '#!/bin/sh\necho 1000' >id; cp id apt-get; chmod +x id apt-get\n"
+                                     "PATH=$PWD '" SOURCE_DIR "/scripts/setup'");
+    EXPECT_EQ(run.status, 1 << 8);
+    EXPECT_EQ(run.out, "");
+    EXPECT_NE(
+        run.err.find("\napt-get update && apt-get install -y --no-install-recommends g++ cmake ninja-build "),
+        std::string::npos)
+        << run.err;
 }
 
 TEST(Tools, TellOfWhatIsNotThere)
@@ -89,7 +131,7 @@ TEST(Tools, TellOfWhatIsNotThere)
          "ipmitool: device 0x51 takes no write without a packet error code\n"},
         {"nvramtool --query --pipe=/tmp/p", "nvramtool: nvram.bin is not a record of 1068 bytes\n"},
         {"unset BOARDSIM_DIR; nvramtool --query --pipe=/tmp/p",
-         "nvramtool: BOARDSIM_DIR names no board; make one with: boardsim init DIR\n"},
+         "nvramtool: BOARDSIM_DIR names no board; make one with: boardsim init FOLDER\n"},
     };
     for (const auto &[command, message] : cases) {
         const run_result run = run_shell(command);
@@ -107,7 +149,7 @@ TEST(Init, KeepsWhatAFolderHolds)
     board.set_image("gpio/0.bin", 0, {9});
     const run_result refused = run_shell("boardsim init " + board.folder);
     EXPECT_EQ(refused.status, 1 << 8);
-    EXPECT_EQ(refused.err, "boardsim: " + board.folder +
+    EXPECT_EQ(refused.err, "boardsim init: " + board.folder +
                                " is not empty; --force writes the sample board over what it holds\n");
     EXPECT_EQ(board.image("gpio/0.bin", 0, 1), bytes{9});
     EXPECT_EQ(run_shell("boardsim init --force " + board.folder).status, 0);
