@@ -61,7 +61,7 @@ bool start_broker_client(const char *path)
 static bool check_read(void)
 {
     static const char expected[] = "1.0a.2.7-b";
-    uint8_t data[sizeof expected - 1] = {0};
+    uint8_t data[sizeof expected] = {0}; /* the end of the text too: "1.0a.2.7-bc" is another version */
 
     update_busbroker_req_fields(&request, VERSION_REG, sizeof data, 8, data, 0, BB_REQ_READ, 28, NULL, 0);
     return request_busbroker(&request, broker, EEPROM_ID, EEPROM_NAME, 0, BB_REQ_READ, 5) == 0 &&

@@ -35,14 +35,14 @@ static bool check_eeprom(void)
         return false;
     }
     dump_hex(head, 32, sizeof head, 0x00, 1, 1, 0);
-    return reads(EEPROM, 0x00, &reg8_data8, text, strlen(text));
+    return reads(EEPROM, 0x00, &reg8_data8, text, sizeof text); /* with its end: all of it, no prefix */
 }
 
 static bool check_large_eeprom(void)
 {
     static const char text[] = "BOARDSIM LARGE EEPROM";
 
-    return reads(LARGE_EEPROM, 0x0100, &reg16_data8, text, strlen(text));
+    return reads(LARGE_EEPROM, 0x0100, &reg16_data8, text, sizeof text);
 }
 
 /* Writes a pattern and its complement, so that no stuck bit goes unseen. */
@@ -77,8 +77,9 @@ static bool check_version(void)
 {
     char version[VERSION_LENGTH + 1] = "";
 
-    if (i2ctool_get_no_cntrl(BUS, EEPROM, VERSION_REG, &reg8_data8, VERSION_LENGTH, pipe_path,
-                             (uint8_t *)version) != 0) {
+    if (i2ctool_get_no_cntrl(BUS, EEPROM, VERSION_REG, &reg8_data8, sizeof version, pipe_path,
+                             (uint8_t *)version) != 0 ||
+        version[VERSION_LENGTH] != '\0') { /* the beginning of a longer one */
         return false;
     }
     diag_print(0, "firmware version %s\n", version);

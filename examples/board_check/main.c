@@ -1,18 +1,21 @@
 /* SPDX-License-Identifier: MIT */
 /*
  * board_check: a whole diagnostic program, written as a test engineer would for the sample board of the
- * simulator. It reads and writes each device, checks what it holds, prints a verdict line for each check and
- * ends with status 1 if one of them failed.
+ * simulator. It reads and writes each device, checks what it holds, prints a verdict line for each check,
+ * with the reason behind a failed one, and ends with status 1 if one of them failed.
  *
- *   board_check [FOLDER [BROKER]]
+ *   board_check
+ *   board_check FOLDER
+ *   board_check FOLDER BROKER
  *
- * FOLDER is where the FIFOs of the tools are made (default: /tmp). BROKER is the XML configuration of the bus
- * broker; without it the devices are not reached through the broker.
+ * FOLDER is where the FIFOs of the tools are made, /tmp when not given. BROKER is the XML configuration of
+ * the bus broker; without it the devices are not reached through the broker.
  */
 #include <boarddiag.h>
 
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 #include <unistd.h>
 
 #include "broker.h"
@@ -24,15 +27,34 @@ static const struct check *const tables[] = {i2c_checks,  ipmi_checks, register_
                                              fpga_checks, tree_checks, NULL};
 static const struct check *const broker_tables[] = {broker_checks, broker_fpga_checks, NULL};
 
+static char known_reason[4096]; /* as the library told it when the last check ended */
+
+static void note_reason(void)
+{
+    snprintf(known_reason, sizeof known_reason, "%s", diag_reason());
+}
+
+/* Prints the verdict on a check, and of a failed one why. A call that succeeds leaves the library's reason as
+ * it was: where it is no other than before the check, no call failed, or one as it did above. */
+static bool judge(const char *name, bool good)
+{
+    const char *reason = diag_reason();
+
+    print_test_result(name, !good);
+    if (!good) {
+        diag_print(0, "  reason: %s\n",
+                   strcmp(reason, known_reason) != 0 ? reason : "other bytes than expected, or as above");
+    }
+    note_reason();
+    return good;
+}
+
 static bool run_checks(const struct check *checks)
 {
     bool passed = true;
 
     for (const struct check *check = checks; check->name != NULL; check++) {
-        const bool good = check->run();
-
-        print_test_result(check->name, !good);
-        passed = passed && good;
+        passed = judge(check->name, check->run()) && passed;
     }
     return passed;
 }
@@ -66,15 +88,13 @@ int main(int argc, char **argv)
     if (get_cpu_arch(&arch) == 0) {
         diag_print(0, "host processor: %s\n", arch == CPU_ARCH_X86 ? "x86" : "Arm");
     }
+    note_reason();
     if (is_stopped()) {
         return EXIT_FAILURE;
     }
     bool passed = run_tables(tables);
     if (argc > 2) {
-        const bool started = start_broker_client(argv[2]);
-
-        print_test_result("broker client", !started);
-        passed = started && run_tables(broker_tables) && passed;
+        passed = judge("broker client", start_broker_client(argv[2])) && run_tables(broker_tables) && passed;
     }
     return passed ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -23,8 +23,11 @@ class BoardCheck : public testing::Test {
             diagtest::run_shell(BOARD_CHECK " " + board.root + " " + broker_xml + " </dev/null");
         names failed;
         std::istringstream lines(result.out);
+        bool is_reason_due = false;
         for (std::string line; std::getline(lines, line);) {
-            if (line.ends_with(" FAILED <<<<")) {
+            EXPECT_EQ(line.rfind("  reason: ", 0) == 0 && line.size() > 10, is_reason_due) << result.out;
+            is_reason_due = line.ends_with(" FAILED <<<<");
+            if (is_reason_due) {
                 failed.insert(line.substr(0, line.find(": Overall")));
             }
         }
