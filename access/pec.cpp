@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-// The SMBus packet error code (System Management Bus specification, "Packet Error Checking"): CRC-8 with the
+// The SMBus packet error code (System Management Bus, packet error checking): CRC-8 with the
 // polynomial x^8 + x^2 + x + 1, most significant bit first, no reflection, no final XOR.
 #include <boarddiag/access.h>
 

@@ -4,15 +4,22 @@
  * Device access: one call runs one tool of the platform and takes its answer.
  *
  * The tools are found through PATH. A command line holds at most #SYS_CMD_MAX_SIZE - 1 characters; longer
- * text is cut unless a function says that it refuses it. Texts that go into a command line (buses, FIFO
- * paths) are trusted: what a shell would interpret in them is interpreted.
+ * text is cut unless a function says that it refuses it. What goes into a command line as it is (the bus of
+ * the I2C calls, FIFO paths, the size letter of the LPC calls) is trusted: what a shell would interpret in it
+ * is interpreted. Of the bus of the IPMI calls only the number goes in.
  *
  * Reads through a FIFO: the call creates the FIFO at the path that the caller names (mode 0666 less the
- * umask; what stands there is removed once), the tool writes its answer into it, and the call removes it. The
- * FIFO stays in place only when it could not be opened. A tool that succeeds without writing is waited for 1
- * s at most and told of at level 0. A tool that succeeds makes the call succeed: also when fewer bytes came
- * than asked for, none, or they could not be read; the number of bytes (-1 for a failed read) is told at
- * level 2.
+ * umask; what stands there is removed once, but no folder), the tool writes its answer into it, and the call
+ * removes it. The FIFO stays in place only when it could not be opened. A tool that succeeds without writing
+ * is waited for 1 s at most and told of at level 0. A tool that succeeds makes the call succeed: also when
+ * fewer bytes came than asked for, none, or they could not be read; the number of bytes (-1 for a failed
+ * read) is told at level 2.
+ *
+ * Other users: in a folder where they may make files, like /tmp, anybody whom the umask leaves the right to
+ * read (the usual 022 does) can open the FIFO while the call lasts, and read the answer, swallow it, or take
+ * its first bytes so that the rest comes shifted, all with status 0; and whatever the umask, a folder made at
+ * the path makes the call fail. A umask of 077 keeps readers away; a folder of the program's own, or a
+ * private /tmp where the path is fixed, keeps everybody away.
  *
  * Statuses of a tool: "the raw wait status" is what system() returns, so that exit code 1 is 256; a tool that
  * dies by signal n counts as exit code 128 + n (behind a shell, which a command that is more than plain words
@@ -413,7 +420,7 @@ uint32_t gpiotool_set(int32_t chip, int32_t pin, const uint8_t *value, uint8_t b
  *
  * @param addr  address of the first register.
  * @param count number of bytes, whatever `size` says; 0 or less reads nothing.
- * @param size  the access size letter that lpctool is given, as a rule 'b'.
+ * @param size  the access size letter that lpctool is given, as a rule 'b'; trusted like a text (above).
  * @param pipe  path of the FIFO to use; borrowed.
  * @param data  receives up to `count` bytes (at least 1); untouched when the call fails.
  * @return 0; #DIAG_ERR_FAILED when the FIFO could not be created or opened; #DIAG_ERR_LPC_ACCESS when the
@@ -430,7 +437,7 @@ uint32_t lpctool_get(uint32_t addr, int32_t count, char size, const char *pipe, 
  * @param addr          address of the first register.
  * @param data          the values, a byte each; borrowed.
  * @param count         number of values; 0 or less runs the tool with an empty list.
- * @param size          the access size letter that lpctool is given, as a rule 'b'.
+ * @param size          the access size letter that lpctool is given, as a rule 'b'; trusted like a text.
  * @param busbroker_req non-zero: the tool makes its access through the bus broker.
  * @return 0, or #DIAG_ERR_LPC_ACCESS when the tool failed.
  *
