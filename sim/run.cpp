@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <poll.h>
 #include <string>
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -23,8 +24,9 @@ namespace {
 
 constexpr std::array<const tool *, 7> tools = {&gpiotool, &i2ctool,   &ipmitool, &lpctool,
                                                &memtool,  &nvramtool, &pcitool};
-constexpr unsigned largest_result = 65536; // a FIFO's buffer, which takes a result before it is read
-constexpr uint8_t surplus_byte = 0xa5;     // stands for what a too long result carries behind its end
+constexpr unsigned largest_result = 16 << 20;
+constexpr int reader_limit_ms = 5000;  // what a reader that takes nothing from a full FIFO is waited for
+constexpr uint8_t surplus_byte = 0xa5; // stands for what a too long result carries behind its end
 
 std::string command_line(const tool &what, arguments args)
 {
@@ -118,6 +120,22 @@ int open_fifo(const std::string &path)
     return fd;
 }
 
+// Writes on when the reader of a full FIFO has taken from it; the number of bytes that it took.
+size_t write_all(int fd, std::span<const uint8_t> bytes)
+{
+    size_t written = 0;
+    while (written < bytes.size()) {
+        const ssize_t done = write(fd, &bytes[written], bytes.size() - written);
+        pollfd room = {fd, POLLOUT, 0};
+        if (done > 0) {
+            written += static_cast<size_t>(done);
+        } else if (errno != EINTR && (errno != EAGAIN || poll(&room, 1, reader_limit_ms) <= 0)) {
+            break;
+        }
+    }
+    return written;
+}
+
 } // namespace
 
 const tool *find_tool(std::string_view name)
@@ -145,7 +163,7 @@ int run_tool(const tool &what, arguments args)
 bool sized(std::vector<uint8_t> &bytes, uint64_t count)
 {
     if (count > largest_result) {
-        complain_usage("a result of more than %u bytes does not fit a FIFO", largest_result);
+        complain_usage("a result has at most %u bytes", largest_result);
         return false;
     }
     bytes.resize(static_cast<size_t>(count));
@@ -167,10 +185,11 @@ int deliver(const tool_run &run, std::string_view pipe, std::vector<uint8_t> byt
         complain("%s is no FIFO with a reader: %s", path.c_str(), strerror(errno));
         return status_device;
     }
-    const ssize_t written = bytes.empty() ? 0 : write(fd, bytes.data(), bytes.size());
-    const bool good = written == static_cast<ssize_t>(bytes.size());
+    unlock_board(run.b); // the access is over: a slow reader holds up nobody else
+    const size_t written = write_all(fd, bytes);
+    const bool good = written == bytes.size();
     if (!good) {
-        complain("%s took %zd of %zu bytes", path.c_str(), written, bytes.size());
+        complain("the reader of %s took %zu of %zu bytes", path.c_str(), written, bytes.size());
     }
     close(fd);
     return good ? status_ok : status_device;

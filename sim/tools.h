@@ -46,7 +46,7 @@ int run_tool(const tool &what, arguments args);
 /// Writes a result into the FIFO of a read, changed as the run's fault tells; returns the exit status.
 int deliver(const tool_run &run, std::string_view pipe, std::vector<uint8_t> bytes);
 
-/// Makes room for a result of `count` bytes; false, told, when no FIFO could take it whole.
+/// Makes room for a result of `count` bytes; false, told, when there are too many.
 bool sized(std::vector<uint8_t> &bytes, uint64_t count);
 
 /// Changes a result as a fault of its length tells.

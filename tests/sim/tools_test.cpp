@@ -143,6 +143,16 @@ TEST(Tools, TellOfWhatIsNotThere)
     EXPECT_EQ(board.image(eeprom, 0xff, 1), bytes{0xff});
 }
 
+TEST(Tools, ALongResultIsWrittenAsItIsRead)
+{
+    const sim_board board;
+    const std::string fifo = board.root + "/fifo";
+    const run_result run =
+        run_shell("mkfifo " + fifo + "; exec 5<>" + fifo + "; head -c 100000 <&5 | wc -c &\n" +
+                  "memtool --get --addr=0x00000000 --count=100000 --width=8 --pipe=" + fifo + " && wait");
+    EXPECT_EQ(run.out, "100000\n") << run.err;
+}
+
 TEST(Init, KeepsWhatAFolderHolds)
 {
     const sim_board board;
