@@ -59,16 +59,16 @@ struct busbroker_dev_info {
 
 /** How a register is addressed (reg_info::reg_mode). */
 enum {
-    REG8 = 0,   /**< an 8-bit register number */
-    REG16 = 1,  /**< a 16-bit register address */
-    REGBLK = 2, /**< the start register of a block transfer: 8 bits in a read, 16 bits in a write */
+    REG8 = 0,  /**< an 8-bit register number */
+    REG16 = 1, /**< a 16-bit register address */
+    REGBLK = 2 /**< the start register of a block transfer: 8 bits in a read, 16 bits in a write */
 };
 
 /** Width of the data (reg_info::data_width). */
 enum {
-    DATA8 = 0,   /**< bytes */
-    DATA16 = 1,  /**< 16-bit words */
-    DATABLK = 2, /**< a block of bytes */
+    DATA8 = 0,  /**< bytes */
+    DATA16 = 1, /**< 16-bit words */
+    DATABLK = 2 /**< a block of bytes */
 };
 
 /** Register-addressing descriptor of the I2C wrappers; all zeros is an 8-bit register with byte data. */

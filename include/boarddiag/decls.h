@@ -6,6 +6,17 @@
 #ifndef BOARDDIAG_DECLS_H
 #define BOARDDIAG_DECLS_H
 
+#if defined(__clang__) && !defined(__cplusplus)
+/** Lets a C89 program that is compiled with -pedantic-errors meet bool, which <stdbool.h> has there too. */
+#define BOARDDIAG_C99_PUSH                                                                                   \
+    _Pragma("clang diagnostic push") _Pragma("clang diagnostic ignored \"-Wc99-extensions\"")
+/** Ends #BOARDDIAG_C99_PUSH. */
+#define BOARDDIAG_C99_POP _Pragma("clang diagnostic pop")
+#else
+#define BOARDDIAG_C99_PUSH
+#define BOARDDIAG_C99_POP
+#endif
+
 #if defined(__GNUC__)
 /** Makes what follows visible in a shared library, whose other names are hidden. */
 #define BOARDDIAG_VISIBILITY_PUSH _Pragma("GCC visibility push(default)")
@@ -29,8 +40,8 @@
     }                                                                                                        \
     BOARDDIAG_VISIBILITY_POP
 #else
-#define BOARDDIAG_BEGIN_DECLS BOARDDIAG_VISIBILITY_PUSH
-#define BOARDDIAG_END_DECLS BOARDDIAG_VISIBILITY_POP
+#define BOARDDIAG_BEGIN_DECLS BOARDDIAG_C99_PUSH BOARDDIAG_VISIBILITY_PUSH
+#define BOARDDIAG_END_DECLS BOARDDIAG_VISIBILITY_POP BOARDDIAG_C99_POP
 #endif
 
 #endif

@@ -74,7 +74,8 @@ TEST(Socket, BindsOrConnectsOrTellsWhyNot)
     for (auto [cfg, connect, outcome] : rows) {
         int32_t fd = -1;
         uint32_t status = 0;
-        const std::string console = console_of([&] { status = create_socket(&cfg, &fd, connect); });
+        const std::string console =
+            console_of([&, &cfg = cfg, connect = connect] { status = create_socket(&cfg, &fd, connect); });
         EXPECT_TRUE(console.ends_with(outcome)) << console;
         EXPECT_EQ(status == 0, outcome.ends_with("ready \n"));
         EXPECT_EQ(close(fd) == 0, !outcome.starts_with("Socket bind failure"));

@@ -61,7 +61,7 @@ struct sim_board {
 
     sim_board()
     {
-        const run_result made = run_shell(BOARDSIM_BIN "/boardsim init " + folder);
+        const run_result made = run_shell("'" BOARDSIM_BIN "/boardsim' init " + folder);
         EXPECT_EQ(made.status, 0) << made.err;
         setenv("BOARDSIM_DIR", folder.c_str(), 1);
         setenv("PATH", (BOARDSIM_BIN ":" + old_path).c_str(), 1);

@@ -19,7 +19,7 @@ struct sim_broker {
     /// `options` as on the command line of boardsim broker; ready to answer when it returns.
     explicit sim_broker(const std::vector<std::string> &options = {})
     {
-        std::string command = "echo $$; exec " BOARDSIM_BIN "/boardsim broker";
+        std::string command = "echo $$; exec '" BOARDSIM_BIN "/boardsim' broker";
         for (const std::string &option : options) {
             command += " " + option;
         }

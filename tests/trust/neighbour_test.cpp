@@ -94,7 +94,7 @@ TEST_F(Neighbour, WhatTakesTheFifosPlaceBeforeItIsOpenedIsNotRead)
     for (const auto &[name, put] : things) {
         SCOPED_TRACE(name);
         const bool is_fifo = name == "FIFO"s; // which is as good as the one that went
-        before_open = [this, &put] { fs::remove(path), put(); };
+        before_open = [this, &put = put] { fs::remove(path), put(); };
         EXPECT_EQ(read(is_fifo ? 0 : DIAG_ERR_FAILED),
                   is_fifo ? ""
                           : error_line("i2ctool_get", "Could Not open End of i2c Pipe (" + path + ") [/]\n"));
