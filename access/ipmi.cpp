@@ -316,7 +316,7 @@ uint32_t take_raw(pipe_text *text, void *context)
         diag_print(boarddiag::bytes_read_level, boarddiag::bytes_read_traced, answer->length);
     }
     if (boarddiag::is_dry_run()) {
-        REPORT_ERROR(answer->function, "%s\n", answer->command->text);
+        REPORT_FOLLOW_UP(answer->function, "%s\n", answer->command->text);
         return 0;
     }
     return result == outcome::good ? 0 : boarddiag::status_minus_one;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <pthread.h>
 
@@ -16,7 +17,8 @@ using boarddiag::command_line;
 using boarddiag::pipe_call;
 using boarddiag::pipe_text;
 
-// Text that is read beyond the wanted bytes, so that a tool with more to say ends by itself; more than any has.
+// Text that is read beyond the wanted bytes, so that a tool with more to say ends by itself; more than any
+// has.
 constexpr int64_t surplus = int64_t{16} * 1024 * 1024;
 // Characters that a wanted byte takes with its separators, generously.
 constexpr int64_t characters_per_byte = 4;
@@ -62,10 +64,13 @@ void drop_rest(pipe_text *text)
     } while (fill(text));
 }
 
-// The status of the tool decides nothing, but may tell why there is no answer.
+// The status of the tool decides nothing, but may tell why there is no answer; that its reader had enough
+// does not.
 void note_end(const command_line *command, uint32_t status, int ended)
 {
-    if (status != 0 && ended != 0) {
+    constexpr int had_enough = (128 + SIGPIPE) << 8;
+
+    if (status != 0 && ended > 0 && ended != had_enough) {
         boarddiag::note_failed_run(command->text, ended);
     } else if (status != 0) {
         boarddiag::set_reason("%s: no answer in its output", command->text);

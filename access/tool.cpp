@@ -22,7 +22,7 @@ bool show_instead(const run_frame *frame, const char *function, const command_li
         return false;
     }
     if (frame->dry == boarddiag::dry_run::is_error) {
-        REPORT_ERROR(function, "%s\n", command->text);
+        REPORT_FOLLOW_UP(function, "%s\n", command->text); // no failure: there is nothing to run
     } else {
         diag_print(0, "%s\n", command->text);
     }

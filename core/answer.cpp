@@ -15,6 +15,7 @@ using boarddiag::fifo_answer;
 // How often a FIFO is looked at that is not full, and a tool whose end nothing tells.
 constexpr int look_interval_ms = 10;
 constexpr int blind_interval_ms = 1;
+constexpr int max_reads = 1024;
 
 ssize_t read_now(int fd, void *to, size_t size)
 {
@@ -33,18 +34,19 @@ bool fifo_is_full(int fd)
     return poll(&writable, 1, 0) == 0;
 }
 
-// Takes out what the FIFO holds. Without memory it is read all the same, and counts as lost.
+// Takes out what the FIFO holds, in so many reads at most that somebody who writes for ever holds up nobody.
+// Without memory it is read all the same, and counts as lost.
 void empty_fifo(fifo_answer *answer)
 {
     uint8_t dropped[4096];
-    ssize_t got = 0;
+    ssize_t got = 1;
 
-    do {
+    for (int reads = 0; reads < max_reads && got > 0; reads++) {
         const size_t room = answer->kept != nullptr ? answer->wanted - answer->length : 0;
         void *to = room != 0 ? answer->kept + answer->length : dropped;
         got = read_now(answer->fd, to, room != 0 ? room : sizeof dropped);
         answer->length += room != 0 && got > 0 ? static_cast<size_t>(got) : 0;
-    } while (got > 0);
+    }
 }
 
 } // namespace

@@ -280,13 +280,24 @@ bool is_entered(const open_nodes *open, const xmlNode *node)
     return node->type == XML_ENTITY_REF_NODE && std::ranges::find(nodes, node) != nodes.end();
 }
 
+// A reference stands for its entity alone, not for those that are declared behind it.
+const xmlNode *next_sibling(const xmlNode *node, const open_nodes *open)
+{
+    const bool is_referenced = open->count != 0 && open->nodes[open->count - 1]->type == XML_ENTITY_REF_NODE;
+
+    return is_referenced ? nullptr : node->next;
+}
+
 // The node behind `node`, or behind the innermost open one that has a next; null at the list's end.
 const xmlNode *next_of(const xmlNode *node, open_nodes *open)
 {
-    while (node->next == nullptr && open->count != 0) {
-        node = open->nodes[--open->count];
+    const xmlNode *next = next_sibling(node, open);
+
+    while (next == nullptr && open->count != 0) {
+        const xmlNode *const parent = open->nodes[--open->count];
+        next = next_sibling(parent, open);
     }
-    return node->next;
+    return next;
 }
 
 void print_nodes(const xmlNode *node, open_nodes *open)

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <dlfcn.h>
+#include <link.h>
 #include <unistd.h>
 
 namespace {
@@ -19,6 +20,20 @@ constexpr int64_t us_per_second = 1'000'000;
 constexpr int c_library = 1;
 constexpr int own = 2;
 
+// An executable that is not position-independent and takes a function's address stands in for it with an
+// entry of its own, which leads to the function.
+const void *definition_of(const char *name, const void *function)
+{
+    Dl_info info = {};
+    void *entry = nullptr;
+
+    if (dladdr1(function, &info, &entry, RTLD_DL_SYMENT) == 0 || entry == nullptr) {
+        return function;
+    }
+    const auto *symbol = static_cast<const ElfW(Sym) *>(entry);
+    return symbol->st_shndx == SHN_UNDEF ? dlsym(RTLD_NEXT, name) : function;
+}
+
 const void *object_of(const void *function)
 {
     Dl_info info = {};
@@ -27,28 +42,31 @@ const void *object_of(const void *function)
 }
 
 // A sanitizer's runtime only watches the call and passes it on.
-bool is_watched(const char *watcher, const void *function)
+bool is_watched(const char *name, const void *function)
 {
+    char watcher[40];
+
+    snprintf(watcher, sizeof watcher, "__interceptor_%s", name);
     return dlsym(RTLD_DEFAULT, watcher) == function;
 }
 
-// Whether `function` stands elsewhere than the rest of the C library, of which nobody brings this function.
-bool stands_elsewhere(const void *function)
+// Whether a function stands elsewhere than the rest of the C library, of which nobody brings this one.
+bool stands_elsewhere(const char *name, const void *function)
 {
     const void *anchor = dlsym(RTLD_NEXT, "gnu_get_libc_version");
 
     if (anchor == nullptr) {
         anchor = dlsym(RTLD_DEFAULT, "gnu_get_libc_version");
     }
-    return anchor != nullptr && object_of(function) != object_of(anchor);
+    return anchor != nullptr && object_of(definition_of(name, function)) != object_of(anchor);
 }
 
-bool is_own(std::atomic<int> &known, const char *watcher, const void *function)
+bool is_own(std::atomic<int> &known, const char *name, const void *function)
 {
     int found = known.load(std::memory_order_relaxed);
 
     if (found == 0) {
-        found = stands_elsewhere(function) && !is_watched(watcher, function) ? own : c_library;
+        found = stands_elsewhere(name, function) && !is_watched(name, function) ? own : c_library;
         known.store(found, std::memory_order_relaxed);
     }
     return found == own;
@@ -76,18 +94,18 @@ std::atomic<int> usleep_known{0};
 
 bool boarddiag::is_own_system()
 {
-    return is_own(system_known, "__interceptor_system", address_of(&system));
+    return is_own(system_known, "system", address_of(&system));
 }
 
 bool boarddiag::is_own_popen()
 {
-    return is_own(popen_known, "__interceptor_popen", address_of(&popen)) ||
-           is_own(pclose_known, "__interceptor_pclose", address_of(&pclose));
+    return is_own(popen_known, "popen", address_of(&popen)) ||
+           is_own(pclose_known, "pclose", address_of(&pclose));
 }
 
 bool boarddiag::is_own_usleep()
 {
-    return is_own(usleep_known, "__interceptor_usleep", address_of(&usleep));
+    return is_own(usleep_known, "usleep", address_of(&usleep));
 }
 
 void boarddiag::pause_for(useconds_t microseconds)

@@ -38,10 +38,23 @@ bool make_fifo(const char *pipe)
     return false;
 }
 
+// A program may have closed its standard streams: what is printed there must not become the answer.
+int above_standard_streams(int fd)
+{
+    if (fd < 0 || fd > STDERR_FILENO) {
+        return fd;
+    }
+    const int moved = fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    const int error = errno;
+    close(fd);
+    errno = error;
+    return moved;
+}
+
 // Both ends at once: the open waits for no writer, and the tool finds a reader.
 int open_fifo(const char *pipe)
 {
-    const int fd = open(pipe, O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+    const int fd = above_standard_streams(open(pipe, O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     struct stat found;
 
     if (fd >= 0 && (fstat(fd, &found) != 0 || !S_ISFIFO(found.st_mode))) {

@@ -12,6 +12,7 @@
 
 #include <boarddiag/core.h>
 
+#include "core/reason.h"
 #include "core/report.h"
 
 namespace {
@@ -141,6 +142,9 @@ int wait_key_pressed(int64_t seconds)
     const int key = read_key(seconds);
 
     leave_key_mode(__func__, saved);
+    if (key < 0) {
+        boarddiag::set_reason("no key in %lld s", static_cast<long long>(seconds));
+    }
     return key;
 }
 
@@ -155,6 +159,7 @@ int get_user_input(char *buf, int size)
     for (;;) {
         const int c = read_char();
         if (c == end_of_input && stored == 0) {
+            boarddiag::set_reason("the input has ended");
             return -1;
         }
         if (c == end_of_input || c == '\n') {

@@ -34,12 +34,10 @@ bool opens_for_reading(const char *path)
 {
     const int fd = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
 
-    if (fd < 0) {
-        boarddiag::set_reason("%s: %s", path, strerror(errno));
-        return false;
+    if (fd >= 0) {
+        close(fd);
     }
-    close(fd);
-    return true;
+    return fd >= 0;
 }
 
 } // namespace
@@ -63,6 +61,7 @@ char *build_config_filename(const char *base)
             return name;
         }
     }
+    boarddiag::set_reason("%s: %s", name, strerror(errno));
     diag_print(1, "Config file (%s) must be either end in a .xml or .cfg extension\n", base);
     free(name);
     return nullptr;
@@ -106,5 +105,9 @@ uint32_t check_file_existance_in_diagbin(const char *name)
         boarddiag::set_reason("LD_LIBRARY_PATH makes a path of more than %zu characters", path_size - 1);
         return DIAG_ERR_INVALID_ARG;
     }
-    return opens_for_reading(path) ? 0 : DIAG_ERR_INVALID_ARG;
+    if (!opens_for_reading(path)) {
+        boarddiag::set_reason("%s: %s", path, strerror(errno));
+        return DIAG_ERR_INVALID_ARG;
+    }
+    return 0;
 }

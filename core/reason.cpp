@@ -21,6 +21,7 @@ constexpr size_t reason_size = boarddiag::command_size + 128;
 constexpr size_t status_size = 80;
 
 constexpr int signal_base = 128; // a shell adds the number of the signal that a command died of
+constexpr int max_named = 32;    // beyond are exit statuses that programs choose
 
 thread_local char reason[reason_size];
 thread_local char status_text[status_size];
@@ -53,7 +54,7 @@ const char *describe(uint32_t status, char (&room)[status_size])
         snprintf(room, sizeof room, "unknown status 0x%08x", static_cast<unsigned>(status));
     } else if (WIFSIGNALED(code)) {
         snprintf(room, sizeof room, "signal %d (%s)", WTERMSIG(code), strsignal(WTERMSIG(code)));
-    } else if (WEXITSTATUS(code) > signal_base) {
+    } else if (WEXITSTATUS(code) > signal_base && WEXITSTATUS(code) < signal_base + max_named) {
         snprintf(room, sizeof room, "exit status %d (%s)", WEXITSTATUS(code),
                  strsignal(WEXITSTATUS(code) - signal_base));
     } else {

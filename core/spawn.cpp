@@ -1,11 +1,15 @@
 /* SPDX-License-Identifier: MIT */
 #include "core/spawn.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <fcntl.h>
+#include <poll.h>
+#include <pthread.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -38,13 +42,36 @@ int spawn(spawn_function start, const char *file, char *const *argv,
     return error;
 }
 
+// Writes to standard error as another process would: without harm, and without waiting, when nobody reads it.
+void write_error_line(const char *line, size_t length)
+{
+    struct pollfd error = {STDERR_FILENO, POLLOUT, 0};
+    sigset_t broken_pipe;
+    sigset_t mask;
+    const timespec at_once = {0, 0};
+
+    if (poll(&error, 1, 0) != 1 || error.revents != POLLOUT) {
+        return;
+    }
+    sigemptyset(&broken_pipe);
+    sigaddset(&broken_pipe, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &broken_pipe, &mask);
+    if (write(STDERR_FILENO, line, length) < 0 && errno == EPIPE && sigismember(&mask, SIGPIPE) == 0) {
+        sigtimedwait(&broken_pipe, nullptr, &at_once);
+    }
+    pthread_sigmask(SIG_SETMASK, &mask, nullptr);
+}
+
 // What a shell tells of a command that died of a signal; of an interrupt and a closed pipe it says nothing.
 void tell_death(int status)
 {
     const int signal = WTERMSIG(status);
+    char line[80];
 
     if (signal != SIGINT && signal != SIGPIPE) {
-        dprintf(STDERR_FILENO, "%s%s\n", strsignal(signal), WCOREDUMP(status) ? " (core dumped)" : "");
+        const int length = snprintf(line, sizeof line, "%s%s\n", strsignal(signal),
+                                    WCOREDUMP(status) ? " (core dumped)" : "");
+        write_error_line(line, std::min(static_cast<size_t>(length), sizeof line - 1));
     }
 }
 

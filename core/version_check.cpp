@@ -6,6 +6,7 @@
 #include <boarddiag/core.h>
 
 #include "core/printable.h"
+#include "core/reason.h"
 
 namespace {
 
@@ -39,7 +40,8 @@ int check_chars(const char *text, int n, bool (*allows)(char c, bool flag), bool
 
     for (int i = 0; i < n; i++) {
         if (!allows(text[i], flag)) {
-            diag_print(notice_level, notice, boarddiag::printable(shown, {text + i, 1}));
+            boarddiag::set_reason(notice, boarddiag::printable(shown, {text + i, 1}));
+            diag_print(notice_level, notice, shown);
             return 0;
         }
     }
@@ -48,6 +50,7 @@ int check_chars(const char *text, int n, bool (*allows)(char c, bool flag), bool
 
 int reject(const char *notice)
 {
+    boarddiag::set_reason("%s", notice);
     diag_print(notice_level, "%s", notice);
     return 0;
 }

@@ -114,7 +114,7 @@ uint32_t read_status(indr_call &call, const indr_step &step)
     if (status == 0) {
         call.status_byte = value;
     } else if (call.direction->failed_poll_tells_status) {
-        tell_status(call);
+        REPORT_FOLLOW_UP(call.function, call.direction->status_failure, call.status_byte);
     }
     return status;
 }

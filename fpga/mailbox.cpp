@@ -5,6 +5,7 @@
 #include <boarddiag/busbroker.h>
 #include <boarddiag/fpga.h>
 
+#include "core/reason.h"
 #include "core/report.h"
 
 namespace {
@@ -177,6 +178,7 @@ struct mbox_indr_dev_cfg *get_lpctool_mbox_indr_dev_cfg(struct mbox_indr_dev_cfg
                                                         const char *name, uint32_t id)
 {
     if (list == nullptr || *list == nullptr) {
+        boarddiag::set_reason("no mailbox devices in the list");
         diag_print(0, "No devices found in the dev list\n");
         return nullptr;
     }

@@ -84,6 +84,16 @@ uint32_t start(const char *function, const mbox_info *mbox, uint32_t reg, uint8_
 }
 
 // The result of one status read; a failed read leaves the status byte as it was.
+// Where the status could not be read, that is the reason.
+void tell_silence(const char *function, uint32_t result, const char *message)
+{
+    if (result != 0) {
+        REPORT_FOLLOW_UP(function, "%s", message);
+    } else {
+        REPORT_ERROR(function, "%s", message);
+    }
+}
+
 uint32_t read_ack(const char *function, const mbox_info *mbox, const fpga_reg_map *map, uint8_t *status_byte)
 {
     uint8_t value = *status_byte; // a tool that writes nothing leaves it so
@@ -230,7 +240,7 @@ uint32_t set_fpga_mode(const struct fpga_mode_info *mode_info, const struct mbox
             return result;
         }
     }
-    REPORT_ERROR(__func__, "FPGA didn't respond to mode setting\n");
+    tell_silence(__func__, result, "FPGA didn't respond to mode setting\n");
     return DIAG_ERR_INVALID_ARG;
 }
 
@@ -246,10 +256,11 @@ uint32_t check_fpga_op_ack(const struct mbox_info *mbox, const struct fpga_reg_m
         return DIAG_ERR_INVALID_ARG;
     }
     uint8_t status_byte = 0;
+    uint32_t result = 0;
     for (int n = 0; n < ack_reads; n++) {
         boarddiag::pause_between_polls();
         // Only the read that sees the acknowledgement decides; what earlier reads met is forgotten.
-        const uint32_t result = read_ack(__func__, mbox, reg_map, &status_byte);
+        result = read_ack(__func__, mbox, reg_map, &status_byte);
         const bool failed = status_byte == reg_map->op_fail_val;
         if (failed) {
             REPORT_ERROR(__func__, "Current lpctool mbox indirect operation fail \n");
@@ -262,7 +273,7 @@ uint32_t check_fpga_op_ack(const struct mbox_info *mbox, const struct fpga_reg_m
             break;
         }
     }
-    REPORT_ERROR(__func__, "FPGA didn't respond to operation setting\n");
+    tell_silence(__func__, result, "FPGA didn't respond to operation setting\n");
     return DIAG_ERR_INVALID_ARG;
 }
 

@@ -22,12 +22,13 @@
  * private /tmp where the path is fixed, keeps everybody away.
  *
  * Statuses of a tool: "the raw wait status" is what system() returns, so that exit code 1 is 256; a tool that
- * dies by signal n counts as exit code 128 + n (behind a shell, which a command that is more than plain words
- * needs, as that shell tells it), one that does not exist as exit code 127, and -1 says that no process could
- * be had, or that the program ignores SIGCHLD and so cannot learn how the tool ended.
+ * dies by signal n counts as exit code 128 + n, but for SIGINT and SIGQUIT, which stay as they are (behind a
+ * shell, which a command that is more than plain words needs, as that shell tells it), one that does not
+ * exist as exit code 127, and -1 says that no process could be had, or that the program ignores SIGCHLD and
+ * so cannot learn how the tool ended.
  *
  * Plain runs and reads of printed text make no FIFO. A read of text takes what the tool prints on its
- * standard output and does not look at its exit status; of output without end, only about 1 MiB beyond the
+ * standard output and does not look at its exit status; of output without end, only about 16 MiB beyond the
  * wanted bytes is read before the tool loses its reader.
  *
  * Threads: the calls take no lock and keep no state. They may run at once when their FIFO paths differ; calls
@@ -229,12 +230,12 @@ uint32_t ipmitool_get(const char *bus, uint8_t addr, uint16_t reg, const struct 
  * @param reg_info with a bus only: must be given, its mode be #REG8; the data width is that of an item.
  * @param data     the bytes, an item's in the order in which they are sent; exactly 4 without a bus.
  * Borrowed.
- * @param count    with a bus only: number of bytes, of which 256 at most are written; even for 16-bit items;
- *                 0 or less writes nothing.
+ * @param count    with a bus only: number of bytes, of which 256 at most are written; what is written is even
+ * for 16-bit items; 0 or less writes nothing.
  * @param flag     with a bus only: bit 0 has the controller add a packet error code.
  * @return 0; -1 for another OEM command, data width or register mode, a null `reg_info` with a bus, a bus
- * text without '-', an odd `count` of 16-bit items (nothing is written then), or when a request failed: the
- * items before it stay written.
+ * text without '-', an odd number of bytes below 256 for 16-bit items (nothing is written then), or when a
+ * request failed: the items before it stay written.
  *
  * Thread-safe.
  */
@@ -511,11 +512,11 @@ uint32_t memtool_get(uint32_t addr, int32_t count, int32_t width, const char *pi
  * @param addr      physical address.
  * @param width     width of an item in bits: 8, 16, 32 or 64.
  * @param data      the items, in host byte order; borrowed, of any alignment.
- * @param count     number of items; 0 or less runs the tool with an empty list, whatever the width.
+ * @param count     number of items; 0 runs the tool with an empty list, whatever the width.
  * @param busbroker non-zero: the tool makes its access through the bus broker (--busbroker).
  * @return 0; #DIAG_ERR_FAILED for another width; -1, with nothing run, when memory for the value list could
- * not be had or the command line would be longer than #SYS_CMD_MAX_SIZE - 1 characters; otherwise the raw
- * wait status of the failed tool.
+ * not be had (for a `count` below 0, never) or the command line would be longer than #SYS_CMD_MAX_SIZE - 1
+ * characters; otherwise the raw wait status of the failed tool.
  *
  * Thread-safe.
  */

@@ -289,7 +289,8 @@ void trim_all_spaces(char *text);
 char *remove_tabs(char *text);
 
 /**
- * Moves a position in a text past white space (what isspace() tells).
+ * Moves a position in a text past white space: blanks, tabs, line ends, vertical tabs, form feeds, whatever
+ * the locale.
  *
  * @param text the position, which is advanced; the text itself is only read.
  * @return the new position: the first character that is not white space, or the terminating NUL.
@@ -430,7 +431,9 @@ void print_test_result(const char *name, int failed);
 /**
  * Prints parsed XML at level 3: the nodes of a list with all below them, in document order. An element shows
  * as "node type: NAME ", a text as "= TEXT" and a line break, or as the line break alone when it starts with
- * one; other nodes show nothing. What an unexpanded entity reference stands for is not printed.
+ * one; other nodes show nothing. An entity
+ * reference shows what its entity holds. Control characters in a text show escaped, but for tabs and line
+ * breaks.
  *
  * @param node first node of a libxml2 node list (xmlNode), only read; null prints nothing.
  *
@@ -491,8 +494,8 @@ int get_user_input(char *buf, int size);
 #define CPU_ARCH_ARM 4
 
 /**
- * Chooses a program's configuration file: the base name with ".cfg", else with ".xml", whichever file can be
- * read first. A directory is not a file.
+ * Chooses a program's configuration file: the base name with ".cfg", else with ".xml", whichever opens
+ * for reading first, of whatever kind it is.
  *
  * @param base path without extension; borrowed for the call.
  * @return a new text that the caller frees; null when neither file can be read (told at level 1), and with an
@@ -519,7 +522,7 @@ uint32_t get_cpu_arch(int *arch);
  * taken as one folder whatever colons it holds.
  *
  * @param name the file's name; borrowed for the call.
- * @return 0 when the file exists, opens for reading and is no directory; else #DIAG_ERR_INVALID_ARG, without
+ * @return 0 when it opens for reading, of whatever kind it is; else #DIAG_ERR_INVALID_ARG, without
  *         an error report: `name` is null (told at level 3), the variable is not set, the path is longer than
  * 255 characters, or there is no such file.
  *

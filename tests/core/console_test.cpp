@@ -65,11 +65,12 @@ TEST(Console, FillStringsAndVerdicts)
 
 TEST(Console, Trees)
 {
-    const char text[] = "<!DOCTYPE a [<!ENTITY port '5001'>]><a>\n<b>10.0.0.1</b><!-- c --><d><e/> x</d>"
-                        "<PortNo>&port;</PortNo><g>a\x7f\tb</g></a>";
+    const char text[] =
+        "<!DOCTYPE a [<!ENTITY port '5001'><!ENTITY ip '::1'>]><a>\n<b>10.0.0.1</b><!-- c --><d><e/> x</d>"
+        "<ip>&ip;</ip><PortNo>&port;</PortNo><g>a\x7f\tb</g></a>";
     xmlDoc *const doc = xmlReadMemory(text, sizeof text - 1, nullptr, nullptr, 0);
     const std::string below = "node type: b = 10.0.0.1\nnode type: d node type: e =  x\n"
-                              "node type: PortNo = 5001\nnode type: g = a\\x7f\tb\n";
+                              "node type: ip = ::1\nnode type: PortNo = 5001\nnode type: g = a\\x7f\tb\n";
     set_verb_level(3);
     xmlNode *const root = xmlDocGetRootElement(doc);
     EXPECT_EQ(console_of([&] { print_element(root); }), "node type: a \n" + below);
