@@ -1,44 +1,36 @@
 /* SPDX-License-Identifier: MIT */
 // The fields of a response: collecting one over any number of datagrams, and what each does with its text.
 #include <algorithm>
+#include <climits>
 #include <cstdlib>
 
 #include "busbroker/receive.h"
 #include "busbroker/receive_rules.h"
+#include "core/printable.h"
 #include "core/report.h"
 
 using boarddiag::excess;
 using boarddiag::field_rule;
 using boarddiag::field_rules;
 using boarddiag::more_input;
-using boarddiag::number_buffer_size;
 using boarddiag::step_done;
 using boarddiag::step_failed;
 using boarddiag::wire_field;
-using boarddiag::wire_field_count;
 using boarddiag::wire_fields;
 using boarddiag::wire_index;
 
 namespace {
+
+constexpr uint32_t word_size = sizeof(uint64_t);
 
 constexpr uint64_t each_byte(uint8_t byte)
 {
     return UINT64_MAX / UINT8_MAX * byte;
 }
 
-constexpr bool has_zero_byte(uint64_t bytes)
+bool has_zero_byte(uint64_t bytes)
 {
     return ((bytes - each_byte(0x01)) & ~bytes & each_byte(0x80)) != 0;
-}
-
-char *append_one_by_one(char *to, const uint8_t *from, uint32_t count)
-{
-    for (uint32_t i = 0; i < count; i++) {
-        // Stored in any case, kept or overwritten: there is room for all of them and the loop has no branch.
-        *to = static_cast<char>(from[i]);
-        to += from[i] != '\n' && from[i] != '\0' ? 1 : 0;
-    }
-    return to;
 }
 
 bool holds_skipped(uint64_t bytes)
@@ -46,42 +38,50 @@ bool holds_skipped(uint64_t bytes)
     return has_zero_byte(bytes) || has_zero_byte(bytes ^ each_byte('\n'));
 }
 
-/// Appends the bytes that are neither newlines nor zeros, eight at a time where none of them is.
-char *append_kept(char *to, const uint8_t *from, uint32_t count)
+/// Takes a number that the datagram holds whole, and more behind it, as it nearly always does; false leaves
+/// it to collect(). A number's buffer has room for a word.
+bool collect_whole(tool_info &tool, uint32_t width)
 {
-    constexpr uint32_t size = sizeof(uint64_t);
-
-    for (; count >= size; from += size, count -= size) {
-        uint64_t bytes;
-        memcpy(&bytes, from, size);
-        if (holds_skipped(bytes)) {
-            to = append_one_by_one(to, from, size);
-        } else {
-            memcpy(to, &bytes, size);
-            to += size;
-        }
-    }
-    return append_one_by_one(to, from, count);
-}
-
-/// Takes a number that the datagram holds whole, as it nearly always does; false leaves it to collect().
-template <uint32_t width> bool collect_whole(tool_info &tool)
-{
-    uint64_t bytes = each_byte('0');
+    uint64_t bytes;
 
     if (tool.field_count != 0 || tool.field_fill != 0 || tool.field_len != width ||
-        tool.rx_index + width > tool.rx_len) {
+        tool.rx_index + word_size > tool.rx_len) {
         return false;
     }
-    memcpy(&bytes, tool.rx_buf + tool.rx_index, width);
+    memcpy(&bytes, tool.rx_buf + tool.rx_index, word_size);
+    const uint64_t own = UINT64_MAX >> (CHAR_BIT * (word_size - width));
+    bytes = (bytes & own) | (each_byte('0') & ~own);
     if (holds_skipped(bytes)) {
         return false;
     }
-    memcpy(tool.field_buf, &bytes, width);
+    memcpy(tool.field_buf, &bytes, word_size);
     tool.field_buf[width] = '\0';
     tool.field_fill = width;
     tool.rx_index += width;
     return true;
+}
+
+/// Appends the bytes that are neither newlines nor zeros, eight at a time where none of them is.
+char *append_kept(char *to, const uint8_t *from, uint32_t count)
+{
+    while (count != 0) {
+        uint64_t bytes = 0;
+        if (count >= word_size) {
+            memcpy(&bytes, from, word_size);
+        }
+        const uint32_t taken = holds_skipped(bytes) ? 1 : word_size;
+        if (taken == 1) {
+            // Stored in any case, kept or overwritten: there is room for all of them.
+            *to = static_cast<char>(*from);
+            to += *from != '\n' && *from != '\0' ? 1 : 0;
+        } else {
+            memcpy(to, &bytes, word_size);
+            to += word_size;
+        }
+        from += taken;
+        count -= taken;
+    }
+    return to;
 }
 
 /// Takes what the datagram holds of the current field; true when the field is complete and its text ends.
@@ -104,12 +104,6 @@ bool collect(tool_info &tool)
     return true;
 }
 
-/// Whether the tool is in the middle of a frame, as every state behind the start mark needs it.
-bool is_reading(const tool_info *tool)
-{
-    return tool != nullptr && tool->rx_record != nullptr && tool->field_buf != nullptr;
-}
-
 /// Kept apart from malloc(), which the compiler would turn into the slower calloc().
 [[gnu::noinline]] void clear(char *text, uint32_t size)
 {
@@ -119,7 +113,7 @@ bool is_reading(const tool_info *tool)
 /// The buffer for the next field. The number buffer is released for it; a text belongs to the record by now.
 bool replace_buffer(tool_info &tool, const wire_field &done, const wire_field &next, bool in_record)
 {
-    const uint32_t size = boarddiag::is_text(next) ? tool.field_len + 1 : number_buffer_size;
+    const uint32_t size = boarddiag::is_text(next) ? tool.field_len + 1 : boarddiag::number_buffer_size;
 
     if (!boarddiag::is_text(done)) {
         free(tool.field_buf);
@@ -132,37 +126,32 @@ bool replace_buffer(tool_info &tool, const wire_field &done, const wire_field &n
     return tool.field_buf != nullptr;
 }
 
-uint32_t give_up(const char *function, tool_info &tool, bool told)
+uint32_t give_up(const char *function, tool_info &tool)
 {
-    if (told) {
+    if (function != nullptr) {
         REPORT_ERROR(function, "Mem alloc fail\n");
     }
     boarddiag::release_frame(tool);
     return step_failed;
 }
 
-void expect_end_mark(tool_info &tool)
-{
-    tool.field_len = boarddiag::mark_length;
-    memcpy(tool.mark, boarddiag::response_end, sizeof tool.mark);
-}
-
 /// Gets ready for the field, or the end mark, behind the one at `index`.
-template <uint32_t index> uint32_t expect_next(const char *function, tool_info &tool)
+uint32_t expect_next(tool_info &tool, uint32_t index)
 {
+    const wire_field &done = wire_fields[index];
+
     tool.field_fill = 0;
-    if constexpr (index + 1 == wire_field_count) {
-        expect_end_mark(tool);
-    } else {
-        constexpr const wire_field &done = wire_fields[index];
-        constexpr const wire_field &next = wire_fields[index + 1];
-        constexpr bool in_record = field_rules[index + 1].in_record;
-        tool.field_len =
-            boarddiag::is_text(next) ? boarddiag::text_length(*tool.rx_record, next) : next.text_width;
-        const bool same_buffer = !boarddiag::is_text(done) && !boarddiag::is_text(next);
-        if (!same_buffer && !replace_buffer(tool, done, next, in_record)) {
-            return give_up(function, tool, !in_record);
-        }
+    if (index == boarddiag::checked_field_count) {
+        tool.field_len = boarddiag::mark_length;
+        memcpy(tool.mark, boarddiag::response_end, sizeof tool.mark);
+        return step_done;
+    }
+    const wire_field &next = wire_fields[index + 1];
+    tool.field_len =
+        boarddiag::is_text(next) ? boarddiag::text_length(*tool.rx_record, next) : next.text_width;
+    const bool same_buffer = !boarddiag::is_text(done) && !boarddiag::is_text(next);
+    if (!same_buffer && !replace_buffer(tool, done, next, field_rules[index + 1].in_record)) {
+        return give_up(field_rules[index].no_memory_in, tool);
     }
     return step_done;
 }
@@ -175,69 +164,59 @@ void tell_number(const field_rule &rule, uint32_t value)
     if (value <= rule.limit || rule.above_limit == excess::refuse) {
         PRINT_TAKEN(rule.level, rule.format, value);
     }
-    if (value <= rule.limit) {
-        return;
-    }
-    if (rule.above_limit == excess::refuse) {
-        diag_print(rule.excess_level, "%s", rule.excess_format);
-    } else {
+    if (value > rule.limit) {
         diag_print(rule.excess_level, rule.excess_format, value, rule.limit);
     }
 }
 
-void tell_text(const field_rule &rule, const tool_info &tool)
+[[gnu::cold]] void tell_text(const field_rule &rule, const tool_info &tool)
 {
-    if (tool.field_fill == 0 && !rule.tell_empty) {
-        return;
-    }
-    if (rule.in_record) {
-        PRINT_TAKEN(rule.level, rule.format, tool.field_buf, tool.field_fill);
-    } else {
-        PRINT_TAKEN(rule.level, rule.format, tool.field_buf);
+    char shown[boarddiag::shown_size];
+
+    if (tool.field_fill != 0 || rule.tell_empty) {
+        boarddiag::printable(shown, {tool.field_buf, tool.field_fill});
+        diag_print(rule.level, rule.format, shown, tool.field_fill); // a device text is told without length
     }
 }
 
-template <uint32_t index> uint32_t read_number(const char *function, void *context)
+bool take_number(const field_rule &rule, const wire_field &field, const tool_info &tool)
 {
-    auto *tool = static_cast<tool_info *>(context);
+    const uint32_t value = atoh(tool.field_buf);
 
-    if (!is_reading(tool)) {
-        return step_failed;
-    }
-    if (!collect_whole<wire_fields[index].text_width>(*tool) && !collect(*tool)) {
-        return more_input;
-    }
-    constexpr const wire_field &field = wire_fields[index];
-    constexpr const field_rule &rule = field_rules[index];
-    const uint32_t value = atoh(tool->field_buf);
     if (value > rule.limit && rule.above_limit == excess::refuse_unseen) {
-        return step_failed;
+        return false;
     }
-    boarddiag::store_value(*tool->rx_record, field.offset, field.size, value);
+    boarddiag::store_value(*tool.rx_record, field.offset, field.size, value);
     tell_number(rule, value);
-    if (value > rule.limit && rule.above_limit == excess::refuse) {
-        return step_failed;
-    }
-    return expect_next<index>(function, *tool);
+    return value <= rule.limit || rule.above_limit == excess::keep;
 }
 
 /// The collected text becomes the record's, with the length that was stored of it.
-template <uint32_t index> uint32_t read_text(const char *function, void *context)
+bool take_text(const field_rule &rule, const wire_field &field, const tool_info &tool)
+{
+    boarddiag::store_text(*tool.rx_record, field, tool.field_buf);
+    boarddiag::store_value(*tool.rx_record, field.length_offset, field.size, tool.field_fill);
+    if (boarddiag::is_message_taken(rule.level)) {
+        tell_text(rule, tool);
+    }
+    return true;
+}
+
+/// Takes the field at `index`, in the middle of a frame as every state behind the start mark is. One body for
+/// all fields: a frame is small beside the receive that brought it.
+[[gnu::noinline]] uint32_t read_field(void *context, uint32_t index)
 {
     auto *tool = static_cast<tool_info *>(context);
 
-    if (!is_reading(tool)) {
+    if (tool == nullptr || tool->rx_record == nullptr || tool->field_buf == nullptr) {
         return step_failed;
     }
-    if (!collect(*tool)) {
+    const uint32_t width = wire_fields[index].text_width;
+    if (!(width != 0 && collect_whole(*tool, width)) && !collect(*tool)) {
         return more_input;
     }
-    constexpr const wire_field &field = wire_fields[index];
-    constexpr const field_rule &rule = field_rules[index];
-    boarddiag::store_text(*tool->rx_record, field, tool->field_buf);
-    boarddiag::store_value(*tool->rx_record, field.length_offset, field.size, tool->field_fill);
-    tell_text(rule, *tool);
-    return expect_next<index>(function, *tool);
+    const auto take = boarddiag::is_text(wire_fields[index]) ? take_text : take_number;
+    return take(field_rules[index], wire_fields[index], *tool) ? expect_next(*tool, index) : step_failed;
 }
 
 } // namespace
@@ -249,75 +228,75 @@ uint32_t busbroker_rx_complt_curnt_state_data(struct tool_info *tool)
 
 uint32_t busbroker_req_resp_tool_id_proc(void *context, void *)
 {
-    return read_number<wire_index("tool_id")>(__func__, context);
+    return read_field(context, wire_index("tool_id"));
 }
 
 uint32_t busbroker_req_resp_inst_id_proc(void *context, void *)
 {
-    return read_number<wire_index("inst_id")>(__func__, context);
+    return read_field(context, wire_index("inst_id"));
 }
 
 uint32_t busbroker_req_resp_transac_id_proc(void *context, void *)
 {
-    return read_number<wire_index("transac_id")>(__func__, context);
+    return read_field(context, wire_index("transac_id"));
 }
 
 uint32_t busbroker_req_resp_dev_id_len_proc(void *context, void *)
 {
-    return read_number<wire_index("dev_id_len")>(__func__, context);
+    return read_field(context, wire_index("dev_id_len"));
 }
 
 uint32_t busbroker_req_resp_dev_id_proc(void *context, void *)
 {
-    return read_text<wire_index("dev_id")>(__func__, context);
+    return read_field(context, wire_index("dev_id"));
 }
 
 uint32_t busbroker_req_resp_dev_name_len_proc(void *context, void *)
 {
-    return read_number<wire_index("dev_name_len")>(__func__, context);
+    return read_field(context, wire_index("dev_name_len"));
 }
 
 uint32_t busbroker_req_resp_dev_name_proc(void *context, void *)
 {
-    return read_text<wire_index("dev_name")>(__func__, context);
+    return read_field(context, wire_index("dev_name"));
 }
 
 uint32_t busbroker_req_resp_req_prio_proc(void *context, void *)
 {
-    return read_number<wire_index("req_prio")>(__func__, context);
+    return read_field(context, wire_index("req_prio"));
 }
 
 uint32_t busbroker_req_resp_req_type_proc(void *context, void *)
 {
-    return read_number<wire_index("req_type")>(__func__, context);
+    return read_field(context, wire_index("req_type"));
 }
 
 uint32_t busbroker_req_resp_trasac_ind_proc(void *context, void *)
 {
-    return read_number<wire_index("transac_ind")>(__func__, context);
+    return read_field(context, wire_index("transac_ind"));
 }
 
 uint32_t busbroker_req_resp_actual_datalen_proc(void *context, void *)
 {
-    return read_number<wire_index("data_len")>(__func__, context);
+    return read_field(context, wire_index("data_len"));
 }
 
 uint32_t busbroker_req_resp_suprt_data_len_proc(void *context, void *)
 {
-    return read_number<wire_index("support_data_len")>(__func__, context);
+    return read_field(context, wire_index("support_data_len"));
 }
 
 uint32_t busbroker_req_resp_actual_data_copy(void *context, void *)
 {
-    return read_text<wire_index("data")>(__func__, context);
+    return read_field(context, wire_index("data"));
 }
 
 uint32_t busbroker_req_resp_support_data_copy(void *context, void *)
 {
-    return read_text<wire_index("support_data")>(__func__, context);
+    return read_field(context, wire_index("support_data"));
 }
 
 uint32_t busbroker_req_resp_crc_proc_state(void *context, void *)
 {
-    return read_number<wire_index("crc")>(__func__, context);
+    return read_field(context, wire_index("crc"));
 }

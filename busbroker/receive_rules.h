@@ -22,8 +22,9 @@ struct field_rule {
         nullptr; // told of a number above its limit; instead of the value when that is kept
     int excess_level = 0;
     bool tell_empty = true;
-    bool in_record =
-        false; // a text that the record holds, cleared, while it arrives; missing memory is not told
+    bool in_record = false; // a text that the record holds, cleared, while it arrives
+    const char *no_memory_in =
+        nullptr; // who reports that the next field's buffer cannot be had; null: nobody does
 };
 
 inline constexpr const char data_format[] = "Rx data = %s of len %d\n";
@@ -35,14 +36,16 @@ inline constexpr field_rule field_rules[] = {
     {.format = "Rx dev id len = %d\n",
      .level = 1,
      .limit = 32,
-     .excess_format = "Device id length [%d] exceeded max allowed dev id len [%d]\n"},
-    {.format = "dev_id = %s\n", .level = 1},
+     .excess_format = "Device id length [%d] exceeded max allowed dev id len [%d]\n",
+     .no_memory_in = "busbroker_req_resp_dev_id_len_proc"},
+    {.format = "dev_id = %s\n", .level = 1, .no_memory_in = "busbroker_req_resp_dev_id_proc"},
     {.format = "Rx dev name len = %d\n",
      .level = 1,
      .first_format = "dev_name_len = %d\n",
      .limit = 32,
-     .excess_format = "Device name length [%d] exceeded max allowed dev name len [%d]\n"},
-    {.format = "dev_name = %s\n", .level = 1},
+     .excess_format = "Device name length [%d] exceeded max allowed dev name len [%d]\n",
+     .no_memory_in = "busbroker_req_resp_dev_name_len_proc"},
+    {.format = "dev_name = %s\n", .level = 1, .no_memory_in = "busbroker_req_resp_dev_name_proc"},
     {.format = "Rx request priority = 0x%x\n",
      .level = 1,
      .limit = 2,
@@ -58,7 +61,11 @@ inline constexpr field_rule field_rules[] = {
     {.format = "Rx total data length = %d\n", .level = 1},
     {.format = "Rx support data length = %d\n", .level = 1},
     {.format = data_format, .level = 3, .in_record = true},
-    {.format = data_format, .level = 3, .tell_empty = false, .in_record = true},
+    {.format = data_format,
+     .level = 3,
+     .tell_empty = false,
+     .in_record = true,
+     .no_memory_in = "busbroker_req_resp_support_data_copy"},
     {.format = "Rx CRC = 0x%x\n", .level = 3},
 };
 static_assert(sizeof field_rules / sizeof field_rules[0] == wire_field_count, "a rule for each field");
