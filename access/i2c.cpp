@@ -233,8 +233,10 @@ uint32_t address_with_broker(const char *function, const struct busbroker_dev_in
     req->support_bytes = &no_data_support;
     req->write_data = &no_data_value;
     req->count = 1;
-    return request_busbroker(req, dev_info->tool, dev_info->dev_id, dev_info->dev_name, no_data_priority,
-                             BB_REQ_WRITE, no_data_indication);
+    const uint32_t status = request_busbroker(req, dev_info->tool, dev_info->dev_id, dev_info->dev_name,
+                                              no_data_priority, BB_REQ_WRITE, no_data_indication);
+    free_req_texts(req);
+    return status;
 }
 
 } // namespace

@@ -124,6 +124,7 @@ void send_requests(uint32_t first_id, int count)
     for (int i = 0; i < count; i++) {
         check(request_busbroker(&request, &client, "", "", 0, 0, 5) == 0, "request_busbroker");
     }
+    free_req_texts(&request);
 }
 
 void start_client()

@@ -12,26 +12,23 @@ constexpr uint32_t tick_ms = 100;
 
 } // namespace
 
-// Runs in a signal handler. An idle client is left asleep: with nothing queued, nothing ages.
+// Runs in a signal handler.
 void timeout_update(void *arg)
 {
     auto *tool = static_cast<tool_info *>(arg);
 
-    if (tool == nullptr) {
-        return;
-    }
-    std::atomic_ref(tool->timeout_flag).store(1);
-    if (std::atomic_ref(tool->tx_queue).load() != nullptr) {
+    if (tool != nullptr) {
+        std::atomic_ref(tool->timeout_flag).store(1);
         boarddiag::wake_sleepers(tool->tx_wake);
     }
 }
 
 void busbroker_tx_queue_timeout_update(struct tool_info *tool)
 {
-    if (tool == nullptr) {
-        REPORT_ERROR(__func__, "Null pointer received as tool info\n");
+    if (!boarddiag::has_tool(__func__, tool)) {
         return;
     }
+    tool->aged++;
     for (busbroker_tx_node *node = tool->tx_queue; node != nullptr; node = node->next) {
         if (node->countdown >= tick_ms) {
             node->countdown -= tick_ms;

@@ -84,9 +84,9 @@ char *boarddiag::put_byte_list(char *out, const uint8_t *bytes, uint32_t count)
     return out;
 }
 
-uint32_t boarddiag::data_text_length(const busbroker_req_resp &req)
+uint32_t boarddiag::data_text_length(const busbroker_req_resp &req, uint32_t req_type)
 {
-    switch (req.req_type) {
+    switch (req_type) {
     case BB_REQ_READ:
         return access_length;
     case BB_REQ_WRITE:

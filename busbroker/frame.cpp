@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <zlib.h>
 
+#include "busbroker/refusal.h"
+#include "core/reason.h"
 #include "core/report.h"
 
 using boarddiag::wire_field;
@@ -117,7 +119,7 @@ uint32_t calculate_req_len_in_ascii(const struct busbroker_req_resp *req)
     uint32_t length = boarddiag::fixed_frame_length();
 
     if (req == nullptr) {
-        diag_print(0, "Request raw pointer is NULL, can't calculate length\n");
+        boarddiag::tell_refusal(0, "Request raw pointer is NULL, can't calculate length\n");
         return 0;
     }
     for (const wire_field &field : wire_fields) {
@@ -131,11 +133,12 @@ uint32_t frame_ascii_request(const struct busbroker_req_resp *req, char *dest, i
 {
     if (size < 1) {
         diag_print(0, "Given dest buf size %d is invalid \n", static_cast<int>(size));
+        boarddiag::set_reason("a buffer of %d characters holds no frame", static_cast<int>(size));
         return 0;
     }
     const char *refusal = frame_refusal(req, dest);
     if (refusal != nullptr) {
-        diag_print(0, "%s", refusal);
+        boarddiag::tell_refusal(0, refusal);
         return 0;
     }
     frame_writer writer = {dest, static_cast<uint32_t>(size) - 1, 0};
@@ -176,9 +179,12 @@ uint32_t validate_busbroker_req_resp(const struct busbroker_req_resp *req)
     }
     if (req->tool_id > max_tool_id) {
         diag_print(0, "Invalid tool id %d received \n", static_cast<int>(req->tool_id));
+        boarddiag::set_reason("the response's tool id %d is above %d", req->tool_id, max_tool_id);
         return DIAG_ERR_INVALID_ARG;
     }
-    if (calculate_crc(req) != req->crc) {
+    const uint32_t crc = calculate_crc(req);
+    if (crc != req->crc) {
+        boarddiag::set_reason("the response's checksum is %08x, its fields give %08x", req->crc, crc);
         return DIAG_ERR_INVALID_ARG;
     }
     PRINT_TAKEN(3, "CRC Validation success,pushing the req to queues\n");

@@ -155,8 +155,8 @@ char *put_hex(char *out, uint32_t value, uint32_t width);
 /// Writes each byte as a comma and two digits, without a terminator, and returns the position behind them.
 char *put_byte_list(char *out, const uint8_t *bytes, uint32_t count);
 
-/// The length of the data text that the request parameters give.
-uint32_t data_text_length(const busbroker_req_resp &req);
+/// The length of the data text that the request parameters give for a request of this type.
+uint32_t data_text_length(const busbroker_req_resp &req, uint32_t req_type);
 
 /// Writes the data text with its terminator. The buffer holds data_text_length() + 1 characters.
 void write_data_text(const busbroker_req_resp &req, char *out);

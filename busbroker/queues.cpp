@@ -3,12 +3,16 @@
 #include "busbroker/queues.h"
 
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
+#include <unistd.h>
 
 #include "busbroker/futex.h"
+#include "busbroker/refusal.h"
 #include "core/report.h"
 
 using boarddiag::outcome;
+using boarddiag::queued;
 
 namespace {
 
@@ -19,22 +23,6 @@ template <typename Node> Node **find_link(Node **link, uint32_t transac_id)
         link = &(*link)->next;
     }
     return link;
-}
-
-// The tick looks at the head of the transmit queue without a lock.
-void set_link(busbroker_tx_node **link, busbroker_tx_node *node)
-{
-    std::atomic_ref(*link).store(node);
-}
-
-void append_request(tool_info *tool, busbroker_tx_node *node)
-{
-    busbroker_tx_node **link = &tool->tx_queue;
-
-    while (*link != nullptr) {
-        link = &(*link)->next;
-    }
-    set_link(link, node);
 }
 
 // The response node of the transaction, made at the head of the queue when there is none yet.
@@ -54,9 +42,9 @@ busbroker_rx_node *response_node(tool_info *tool, uint32_t transac_id)
 
 // Whether a caller is on its way to take a success: for whoever answers, its request is over. What is said of
 // a later try of it must not take away the bytes that came.
-bool is_over(const busbroker_tx_node &request, const busbroker_rx_node &response)
+bool is_over(const busbroker_call *call, const busbroker_rx_node &response)
 {
-    return request.bounded != 0 && request.answered != 0 && (response.status & BB_RESP_SUCCESS) != 0;
+    return call != nullptr && call->answered && (response.status & BB_RESP_SUCCESS) != 0;
 }
 
 struct filing {
@@ -64,8 +52,8 @@ struct filing {
     bool completes; // the request has its answer, and somebody waits for it
 };
 
-filing file_response(tool_info *tool, busbroker_tx_node *request, uint8_t status, uint8_t *data,
-                     uint32_t length)
+filing file_response(tool_info *tool, busbroker_tx_node *request, const busbroker_call *call, uint8_t status,
+                     uint8_t *data, uint32_t length)
 {
     busbroker_rx_node *response = response_node(tool, request->transac_id);
 
@@ -74,7 +62,7 @@ filing file_response(tool_info *tool, busbroker_tx_node *request, uint8_t status
         free(data);
         return {DIAG_ERR_NO_MEMORY, false};
     }
-    if (is_over(*request, *response)) {
+    if (is_over(call, *response)) {
         free(data);
         return {0, false};
     }
@@ -82,8 +70,44 @@ filing file_response(tool_info *tool, busbroker_tx_node *request, uint8_t status
     response->data = data;
     response->length = length;
     response->status = static_cast<uint8_t>(response->status | status);
+    if ((status & BB_RESP_ACK) != 0) {
+        request->send_count = 0; // whoever acknowledges is there: its success may take its time
+    }
     const bool waits = (request->flags & BB_REQ_NO_WAIT) == 0;
     return {0, waits && boarddiag::judge_status(request->flags, response->status) != outcome::pending};
+}
+
+// The request behind a completed one goes out from here, without waiting until the caller has woken up.
+void complete(tool_info *tool, busbroker_call *call, const char *word)
+{
+    if (call == nullptr || call->answered) {
+        return;
+    }
+    call->answered = true;
+    snprintf(call->word, sizeof call->word, "%s", word);
+    if (boarddiag::is_transmitting(tool)) {
+        boarddiag::send_due_requests(tool);
+    }
+}
+
+// Links a good node and its call; false when the id of the call is pending.
+bool append_locked(tool_info *tool, busbroker_tx_node *node, busbroker_call *call)
+{
+    bool is_pending = false;
+    busbroker_tx_node **link = &tool->tx_queue;
+
+    for (; *link != nullptr; link = &(*link)->next) {
+        is_pending = is_pending || (*link)->transac_id == node->transac_id;
+    }
+    if (call != nullptr && is_pending) {
+        return false;
+    }
+    *link = node;
+    if (call != nullptr && (node->flags & BB_REQ_NO_WAIT) == 0) {
+        call->next = tool->calls;
+        tool->calls = call;
+    }
+    return true;
 }
 
 } // namespace
@@ -96,45 +120,63 @@ bool boarddiag::has_tool(const char *function, const tool_info *tool)
     return tool != nullptr;
 }
 
-uint32_t boarddiag::queue_request(tool_info *tool, const busbroker_tx_node &request, bool send_now)
+bool boarddiag::may_request(const char *function, tool_info *tool)
+{
+    if (!has_tool(function, tool)) {
+        return false;
+    }
+    const int32_t owner = std::atomic_ref(tool->tx_pid).load();
+    if (owner == 0 || owner == getpid()) {
+        return true;
+    }
+    REPORT_ERROR(function, "The threads of this client run in process %d, not in its child %d\n", owner,
+                 getpid());
+    return false;
+}
+
+queued boarddiag::queue_request(tool_info *tool, const busbroker_tx_node &request, busbroker_call *call)
 {
     auto *node = static_cast<busbroker_tx_node *>(malloc(sizeof request));
 
     if (node == nullptr) {
         free(request.frame);
         REPORT_ERROR("queue_tx_buf", "Couldn't allocate tx queue memory\n");
-        return DIAG_ERR_NO_MEMORY;
+        return queued::no_memory;
     }
     *node = request;
     pthread_mutex_lock(&tool->tx_mutex);
-    append_request(tool, node);
-    const bool sends = send_now && is_transmitting(tool);
+    const bool is_queued = append_locked(tool, node, call);
+    const bool sends = is_queued && call != nullptr && is_transmitting(tool);
     if (sends) {
         send_due_requests(tool);
     }
     pthread_mutex_unlock(&tool->tx_mutex);
+    if (!is_queued) {
+        free(node->frame);
+        free(node);
+        return queued::id_pending;
+    }
     if (!sends) {
         wake_sleepers(tool->tx_wake);
     }
     diag_print(3, "Request queueing succesful\n");
-    return 0;
+    return queued::done;
+}
+
+busbroker_call **boarddiag::find_call(tool_info *tool, uint32_t transac_id)
+{
+    return find_link(&tool->calls, transac_id);
 }
 
 uint32_t queue_tx_buf(struct tool_info *tool, char *frame, uint32_t length, uint32_t interval, uint8_t flags,
                       uint32_t transac_id)
 {
-    busbroker_tx_node request{};
-
-    if (!boarddiag::has_tool(__func__, tool)) {
+    if (!boarddiag::may_request(__func__, tool)) {
         free(frame);
         return DIAG_ERR_INVALID_ARG;
     }
-    request.frame = frame;
-    request.transac_id = transac_id;
-    request.length = length;
-    request.interval = interval;
-    request.flags = flags;
-    return boarddiag::queue_request(tool, request, false);
+    const busbroker_tx_node request = {frame, transac_id, length, 0, interval, flags, 0, nullptr};
+    return boarddiag::queue_request(tool, request, nullptr) == queued::done ? 0 : DIAG_ERR_NO_MEMORY;
 }
 
 uint32_t deque_tool_request(struct tool_info *tool, uint32_t transac_id)
@@ -145,10 +187,10 @@ uint32_t deque_tool_request(struct tool_info *tool, uint32_t transac_id)
     busbroker_tx_node **link = find_link(&tool->tx_queue, transac_id);
     busbroker_tx_node *node = *link;
     if (node == nullptr) {
-        diag_print(2, "Request not found in the tx queues\n");
+        boarddiag::tell_refusal(2, "Request not found in the tx queues\n");
         return DIAG_ERR_INVALID_ARG;
     }
-    set_link(link, node->next);
+    *link = node->next;
     free(node->frame);
     free(node);
     return 0;
@@ -162,7 +204,7 @@ uint32_t deque_tool_response(struct tool_info *tool, uint32_t transac_id)
     busbroker_rx_node **link = find_link(&tool->rx_queue, transac_id);
     busbroker_rx_node *node = *link;
     if (node == nullptr) {
-        diag_print(1, "Request not found in the rx queues\n");
+        boarddiag::tell_refusal(1, "Request not found in the rx queues\n");
         return DIAG_ERR_INVALID_ARG;
     }
     *link = node->next;
@@ -172,35 +214,38 @@ uint32_t deque_tool_response(struct tool_info *tool, uint32_t transac_id)
 }
 
 // Finding the request and filing its response is one step: a late second answer, which comes while the caller
-// removes both nodes, must not stay behind. The request behind a completed one goes out from here, without
-// waiting until the caller has woken up.
-uint32_t enqueue_rx_queues(struct tool_info *tool, uint8_t status, uint32_t transac_id, uint8_t *data,
-                           uint32_t length)
+// removes both nodes, must not stay behind.
+uint32_t boarddiag::file_answer(tool_info *tool, uint8_t status, uint32_t transac_id, uint8_t *data,
+                                uint32_t length, const char *word)
 {
     filing filed{0, false};
 
-    if (!boarddiag::has_tool(__func__, tool)) {
-        free(data);
-        return DIAG_ERR_INVALID_ARG;
-    }
     pthread_mutex_lock(&tool->tx_mutex);
     busbroker_tx_node *request = *find_link(&tool->tx_queue, transac_id);
+    busbroker_call *call = *find_call(tool, transac_id);
     if (request == nullptr) {
         free(data);
     } else {
         pthread_mutex_lock(&tool->rx_mutex);
-        filed = file_response(tool, request, status, data, length);
+        filed = file_response(tool, request, call, status, data, length);
         pthread_mutex_unlock(&tool->rx_mutex);
     }
     if (filed.completes) {
-        request->answered = 1;
-        if (boarddiag::is_transmitting(tool)) {
-            boarddiag::send_due_requests(tool);
-        }
+        complete(tool, call, word);
     }
     pthread_mutex_unlock(&tool->tx_mutex);
     if (filed.completes) {
-        boarddiag::wake_sleepers(boarddiag::response_wake(tool, transac_id));
+        wake_sleepers(response_wake(tool, transac_id));
     }
     return filed.result;
+}
+
+uint32_t enqueue_rx_queues(struct tool_info *tool, uint8_t status, uint32_t transac_id, uint8_t *data,
+                           uint32_t length)
+{
+    if (!boarddiag::has_tool(__func__, tool)) {
+        free(data);
+        return DIAG_ERR_INVALID_ARG;
+    }
+    return boarddiag::file_answer(tool, status, transac_id, data, length, "");
 }

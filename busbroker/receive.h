@@ -12,6 +12,9 @@ inline constexpr uint32_t more_input = 0;
 inline constexpr uint32_t step_done = 1;
 inline constexpr uint32_t step_failed = 2;
 
+/// The state of a machine that refused a step.
+inline constexpr uint32_t invalid_state = 0xffff;
+
 /// Characters of the buffer that the number fields are collected in.
 inline constexpr uint32_t number_buffer_size = 10;
 

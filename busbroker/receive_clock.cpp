@@ -61,17 +61,19 @@ uint8_t check_rxtime_diff(void *context, void *argument)
     }
     if (current.tool != tool) {
         read_clock(&tool->now_time);
-    }
-    // Fewer whole seconds than the limit need no fractions.
-    if (tool->now_time.tv_sec - tool->last_step_time.tv_sec < receive_timeout_s) {
-        return 0;
+    } else if (current.stepped) {
+        return 0; // the last step was in this datagram, and so at the same time
     }
     const double diff = seconds_between(tool->now_time, tool->last_step_time);
-    if (diff <= receive_timeout_s) {
+    if (diff >= 0 && diff <= receive_timeout_s) {
         return 0;
     }
-    diag_print(3, "Rx time diff is %f which is > sock rx timeout %d Sec Resetting state Machine\n", diff,
-               receive_timeout_s);
+    if (diff < 0) {
+        diag_print(3, "The clock was set back by %f Sec, Resetting state Machine\n", -diff);
+    } else {
+        diag_print(3, "Rx time diff is %f which is > sock rx timeout %d Sec Resetting state Machine\n", diff,
+                   receive_timeout_s);
+    }
     reset_sm(context, argument);
     return 1;
 }
@@ -83,11 +85,11 @@ uint32_t update_time(void *context, void *)
     if (tool == nullptr) {
         return 1;
     }
-    if (current.tool == tool) {
+    if (current.tool != tool) {
+        read_clock(&tool->last_step_time);
+    } else if (!current.stepped) {
         current.stepped = true;
         tool->last_step_time = tool->now_time;
-    } else {
-        read_clock(&tool->last_step_time);
     }
     return 1;
 }

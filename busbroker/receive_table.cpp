@@ -1,10 +1,12 @@
 /* SPDX-License-Identifier: MIT */
 // The receive state table, the marks around a frame and the life of the record between them.
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 
 #include "busbroker/frame.h"
 #include "busbroker/receive.h"
+#include "busbroker/refusal.h"
 #include "core/report.h"
 
 using boarddiag::mark_length;
@@ -213,8 +215,12 @@ uint32_t busbroker_rx_state_machine(struct tool_info *tool, void *argument)
         return DIAG_ERR_INVALID_ARG;
     }
     if (tool->rx_stateinfo == nullptr) {
-        diag_print(0, "NULL Ptr received as state table info \n");
+        boarddiag::tell_refusal(0, "NULL Ptr received as state table info \n");
         return DIAG_ERR_INVALID_ARG;
+    }
+    if (std::atomic_ref(tool->rx_reset).load(std::memory_order_relaxed) != 0) {
+        std::atomic_ref(tool->rx_reset).store(0);
+        reset_sm(tool, argument); // a frame that was half read when a request was given up ends here
     }
     boarddiag::begin_datagram(tool);
     while (status == 0 && tool->rx_index < tool->rx_len) {

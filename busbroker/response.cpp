@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "busbroker/queues.h"
+#include "core/reason.h"
 #include "core/report.h"
 
 namespace {
@@ -22,15 +23,26 @@ bool equal(const char *one, const char *other)
     return strcmp(one, other) == 0;
 }
 
-uint32_t file_bytes(tool_info *tool, const busbroker_req_resp *response, uint8_t status, uint8_t *data,
-                    uint32_t length)
+uint32_t file_success(tool_info *tool, const busbroker_req_resp *response, uint8_t *data, uint32_t length)
 {
-    return enqueue_rx_queues(tool, status, response->transac_id, data, length) == 0 ? 0 : DIAG_ERR_NO_MEMORY;
+    return boarddiag::file_answer(tool, BB_RESP_SUCCESS, response->transac_id, data, length, success_word);
 }
 
-uint32_t file(tool_info *tool, const busbroker_req_resp *response, uint8_t status)
+uint32_t file(tool_info *tool, const busbroker_req_resp *response, uint8_t status, const char *word)
 {
-    return file_bytes(tool, response, status, nullptr, 0);
+    return boarddiag::file_answer(tool, status, response->transac_id, nullptr, 0, word);
+}
+
+const char *data_of(const busbroker_req_resp *response)
+{
+    return response->data != nullptr ? response->data : "";
+}
+
+[[gnu::cold]] uint32_t refuse(const busbroker_req_resp *response)
+{
+    boarddiag::set_reason("a response of type %u cannot be read: '%s'", response->req_type,
+                          data_of(response));
+    return DIAG_ERR_INVALID_ARG;
 }
 
 // ---- Tokens: separated by commas, a run of which counts as one; leading ones are skipped. ----
@@ -70,11 +82,6 @@ char *copy_text(const char *text)
     return copy;
 }
 
-const char *data_of(const busbroker_req_resp *response)
-{
-    return response->data != nullptr ? response->data : "";
-}
-
 // ---- Types 0, 1, 4 and 6: the whole text is the status word. ----
 
 uint8_t word_status(const busbroker_req_resp *response)
@@ -92,7 +99,7 @@ uint8_t word_status(const busbroker_req_resp *response)
 
 uint32_t parse_status(tool_info *tool, const busbroker_req_resp *response)
 {
-    return file(tool, response, word_status(response));
+    return file(tool, response, word_status(response), data_of(response));
 }
 
 // ---- Types 2 and 3: leading tokens of the request, the status word, and what an access brought. ----
@@ -115,7 +122,7 @@ bool skip_request_tokens(token_reader *reader, uint32_t count)
 uint32_t file_format_error(tool_info *tool, const busbroker_req_resp *response)
 {
     REPORT_ERROR(function, format_message);
-    return file(tool, response, BB_RESP_FORMAT_ERROR);
+    return file(tool, response, BB_RESP_FORMAT_ERROR, data_of(response));
 }
 
 void convert_pairs(const char *digits, uint8_t *bytes, size_t count)
@@ -141,7 +148,7 @@ uint32_t file_digits(tool_info *tool, const busbroker_req_resp *response, const 
         }
         convert_pairs(digits, bytes, count);
     }
-    return file_bytes(tool, response, BB_RESP_SUCCESS, bytes, static_cast<uint32_t>(count));
+    return file_success(tool, response, bytes, static_cast<uint32_t>(count));
 }
 
 uint32_t parse_access_result(tool_info *tool, const busbroker_req_resp *response, token_reader *reader)
@@ -150,15 +157,15 @@ uint32_t parse_access_result(tool_info *tool, const busbroker_req_resp *response
     const bool ended = at_end(*reader);
 
     if (ended && is_write && reader->comma) {
-        return file(tool, response, BB_RESP_SUCCESS);
+        return file_success(tool, response, nullptr, 0);
     }
     if (ended) {
         diag_print(0, format_message);
-        return file(tool, response, BB_RESP_FORMAT_ERROR);
+        return file(tool, response, BB_RESP_FORMAT_ERROR, data_of(response));
     }
     const char *token = next_token(reader);
     if (is_write) {
-        return reader->comma ? file_format_error(tool, response) : file(tool, response, BB_RESP_SUCCESS);
+        return reader->comma ? file_format_error(tool, response) : file_success(tool, response, nullptr, 0);
     }
     return at_end(*reader) ? file_format_error(tool, response)
                            : file_digits(tool, response, token, reader->at);
@@ -170,17 +177,16 @@ uint32_t parse_access_text(tool_info *tool, const busbroker_req_resp *response, 
 
     if (strchr(text, ',') == nullptr ||
         !skip_request_tokens(&reader, response->req_type == BB_REQ_WRITE ? 3 : 4)) {
-        return DIAG_ERR_INVALID_ARG;
+        return refuse(response);
     }
     const char *word = next_token(&reader);
     if (word == nullptr) {
-        return DIAG_ERR_INVALID_ARG;
+        return refuse(response);
     }
-    if (equal(word, ack_word)) {
-        return file(tool, response, BB_RESP_ACK);
+    if (equal(word, success_word)) {
+        return parse_access_result(tool, response, &reader);
     }
-    return equal(word, success_word) ? parse_access_result(tool, response, &reader)
-                                     : file(tool, response, BB_RESP_FAILED);
+    return file(tool, response, equal(word, ack_word) ? BB_RESP_ACK : BB_RESP_FAILED, word);
 }
 
 // ---- Type 5: "Success" and an identifier. ----
@@ -192,14 +198,14 @@ uint32_t parse_identifier_text(tool_info *tool, const busbroker_req_resp *respon
     const char *identifier = word != nullptr && equal(word, success_word) ? next_token(&reader) : nullptr;
 
     if (identifier == nullptr) {
-        return DIAG_ERR_INVALID_ARG;
+        return refuse(response);
     }
     char *copy = copy_text(identifier);
     if (copy == nullptr) {
         return DIAG_ERR_INVALID_ARG;
     }
-    return file_bytes(tool, response, BB_RESP_SUCCESS, reinterpret_cast<uint8_t *>(copy),
-                      static_cast<uint32_t>(strlen(copy)));
+    return file_success(tool, response, reinterpret_cast<uint8_t *>(copy),
+                        static_cast<uint32_t>(strlen(copy)));
 }
 
 // ---- By request type ----

@@ -6,6 +6,8 @@
 
 #include <boarddiag/busbroker.h>
 
+#include "core/printable.h"
+#include "core/reason.h"
 #include "core/report.h"
 
 namespace {
@@ -21,7 +23,7 @@ using store_fn = bool (*)(sock_cfg *cfg, const char *value, source from);
 
 uint16_t decimal(const char *value)
 {
-    return static_cast<uint16_t>(strtoll(value, nullptr, 10));
+    return static_cast<uint16_t>(strtol(value, nullptr, 10));
 }
 
 // The text form finds the word anywhere in the value, the XML form only at its start.
@@ -32,6 +34,14 @@ uint8_t names(const char *value, const char *word, source from)
     return found != nullptr && (from == source::text || found == value) ? 1 : 0;
 }
 
+// The values come from outside.
+void tell_text(const char *format, const char *value)
+{
+    char shown[boarddiag::shown_size];
+
+    diag_print(3, format, boarddiag::printable(shown, value));
+}
+
 bool store_ip(sock_cfg *cfg, const char *value, source)
 {
     const auto length = static_cast<size_t>(xmlStrlen(reinterpret_cast<const xmlChar *>(value)));
@@ -40,7 +50,7 @@ bool store_ip(sock_cfg *cfg, const char *value, source)
         return false;
     }
     memcpy(cfg->ip, value, length + 1);
-    diag_print(3, "Ip addr = %s\n", value);
+    tell_text("Ip addr = %s\n", value);
     return true;
 }
 
@@ -54,7 +64,7 @@ bool store_port(sock_cfg *cfg, const char *value, source)
 bool store_family(sock_cfg *cfg, const char *value, source from)
 {
     cfg->is_ipv4 = names(value, "ipv4", from);
-    diag_print(3, "Config ip family = %s\n", value);
+    tell_text("Config ip family = %s\n", value);
     return true;
 }
 
@@ -85,6 +95,13 @@ constexpr cfg_field cfg_fields[] = {
     {"sock_type", store_type},
 };
 
+uint32_t refuse(const char *message, const cfg_field &field)
+{
+    REPORT_ERROR(function, "%s", message);
+    boarddiag::set_reason("the socket configuration has no usable %s", field.element);
+    return DIAG_ERR_INVALID_ARG;
+}
+
 // ---- The XML form ----
 
 const cfg_field *field_of(const xmlNode *element)
@@ -110,8 +127,7 @@ uint32_t parse_elements(const xmlNode *parent, sock_cfg *cfg)
     for (const xmlNode *node = parent->children; node != nullptr; node = node->next) {
         const cfg_field *field = node->type == XML_ELEMENT_NODE ? field_of(node) : nullptr;
         if (field != nullptr && !store_element(cfg, node, *field)) {
-            REPORT_ERROR(function, "Invalid Element Structure\n");
-            return DIAG_ERR_INVALID_ARG;
+            return refuse("Invalid Element Structure\n", *field);
         }
     }
     return 0;
@@ -138,8 +154,7 @@ uint32_t parse_text(char *text, sock_cfg *cfg)
             trim_spaces(value);
         }
         if (value == nullptr || !field.store(cfg, value, source::text)) {
-            REPORT_ERROR(function, "Invalid socket config \n");
-            return DIAG_ERR_INVALID_ARG;
+            return refuse("Invalid socket config \n", field);
         }
     }
     return 0;
@@ -147,7 +162,8 @@ uint32_t parse_text(char *text, sock_cfg *cfg)
 
 } // namespace
 
-uint32_t parse_socket_cfg(struct _xmlNode *parent, struct sock_cfg *cfg, uint8_t from_xml, char *text)
+[[gnu::cold]] uint32_t parse_socket_cfg(struct _xmlNode *parent, struct sock_cfg *cfg, uint8_t from_xml,
+                                        char *text)
 {
     if (cfg == nullptr || (from_xml != 0 ? parent == nullptr : text == nullptr)) {
         REPORT_ERROR(function, "Null pointer received for socket config \n");

@@ -1,18 +1,19 @@
 /* SPDX-License-Identifier: MIT */
 // The engine that walks a table of states. It knows the shape of a table and nothing of what its states do.
-#include <boarddiag/busbroker.h>
-
+#include "busbroker/receive.h"
+#include "busbroker/refusal.h"
+#include "core/reason.h"
 #include "core/report.h"
+
+using boarddiag::invalid_state;
+using boarddiag::step_done;
+using boarddiag::step_failed;
 
 namespace {
 
-constexpr uint32_t invalid_state = 0xffff;
-constexpr uint32_t step_done = 1;
-constexpr uint32_t step_failed = 2;
-
 [[gnu::cold]] uint32_t refuse(uint32_t *state, int level, const char *message)
 {
-    diag_print(level, "%s", message);
+    boarddiag::tell_refusal(level, message);
     *state = invalid_state;
     return DIAG_ERR_INVALID_ARG;
 }
@@ -29,6 +30,7 @@ bool take_event(const state_event_table &table, uint32_t event, void *context, v
 {
     if (event >= table.count || table.events == nullptr) {
         diag_print(0, "Current state doesn't have rx event %d\n", static_cast<int>(event));
+        boarddiag::set_reason("the state machine's state does not know event %u", event);
         return false;
     }
     const state_event &chosen = table.events[event];

@@ -1,63 +1,88 @@
 /* SPDX-License-Identifier: MIT */
 // Sending the queued requests: one pass over the transmit queue, and the thread that runs it on every tick.
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <boarddiag/timer.h>
 
 #include "busbroker/futex.h"
 #include "busbroker/queues.h"
+#include "core/fifo_run.h"
 #include "core/report.h"
 
 namespace {
 
 constexpr uint32_t shortest_interval_ms = 100; // one tick; an interval of 0 counts as this
+constexpr uint32_t shortest_last_wait_ms = 1000;
 constexpr int max_skipped = 5;
 constexpr int32_t every_tick = 1;
 
-ssize_t send_frame(const tool_info *tool, const busbroker_tx_node *node)
+// A datagram goes out whole or not at all; a stream takes what it has room for, or what it took before a
+// signal came.
+bool send_frame(const tool_info *tool, const busbroker_tx_node *node)
 {
     const auto *address = reinterpret_cast<const sockaddr *>(&tool->sock_cfg.sock_addr);
+    size_t done = 0;
     ssize_t sent = 0;
 
     do {
-        sent = sendto(tool->sock_fd, node->frame, node->length, MSG_NOSIGNAL, address,
+        sent = sendto(tool->sock_fd, node->frame + done, node->length - done, MSG_NOSIGNAL, address,
                       sizeof tool->sock_cfg.sock_addr);
-    } while (sent < 0 && errno == EINTR);
-    return sent;
+        done += sent > 0 ? static_cast<size_t>(sent) : 0;
+    } while (sent < 0 ? errno == EINTR : done < node->length);
+    return sent >= 0;
 }
 
-void send_request(const tool_info *tool, busbroker_tx_node *node)
+void note_send(busbroker_call *call, int error)
 {
-    node->countdown = node->interval != 0 ? node->interval : shortest_interval_ms;
-    if (send_frame(tool, node) >= 0) {
-        node->send_count = static_cast<uint8_t>(node->send_count + 1);
-        return;
+    if (call != nullptr) {
+        call->first_sent_ms = call->sends++ == 0 ? boarddiag::now_ms() : call->first_sent_ms;
+        call->send_error = error;
     }
-    REPORT_ERROR("sock_tx_thread", "Error while trying to send data with errcode %d\n", errno);
-    node->send_count = static_cast<uint8_t>(node->send_count + 2);
 }
 
-// A request that waits no more holds back nobody: its answer is filed, or it was sent in vain three times and
-// its caller only has to learn so.
-bool stands_aside(tool_info *tool, const busbroker_tx_node &node)
+void send_request(const tool_info *tool, busbroker_tx_node *node, busbroker_call *call)
+{
+    const int error = send_frame(tool, node) ? 0 : errno;
+
+    if (error != 0) {
+        REPORT_ERROR("sock_tx_thread", "Error while trying to send data with errcode %d\n", error);
+    }
+    note_send(call, error);
+    node->send_count = static_cast<uint8_t>(node->send_count + (error == 0 ? 1 : 2));
+    node->countdown = node->interval != 0 ? node->interval : shortest_interval_ms;
+    if (node->send_count > boarddiag::max_vain_sends && (node->flags & BB_REQ_NO_WAIT) == 0) {
+        node->countdown = std::max(node->countdown, shortest_last_wait_ms);
+    }
+}
+
+// A request that waits no more holds back nobody: it was sent in vain three times and its caller only has to
+// learn so, or its answer is filed and its caller is on the way to take it.
+bool stands_aside(tool_info *tool, const busbroker_tx_node &node, const busbroker_call *call)
 {
     if ((node.flags & BB_REQ_NO_WAIT) != 0) {
         return false;
     }
-    const bool exhausted = boarddiag::is_exhausted(node);
-    if (exhausted) {
+    if (boarddiag::is_exhausted(node)) {
         boarddiag::wake_sleepers(boarddiag::response_wake(tool, node.transac_id));
+        return true;
     }
-    return exhausted || node.answered != 0;
+    return call != nullptr && call->answered;
 }
 
 } // namespace
 
+void boarddiag::note_transmitter(tool_info *tool)
+{
+    std::atomic_ref(tool->tx_pid).store(getpid());
+}
+
 bool boarddiag::is_transmitting(tool_info *tool)
 {
-    return std::atomic_ref(tool->tx_started).load() != 0;
+    return std::atomic_ref(tool->tx_pid).load() != 0;
 }
 
 void boarddiag::send_due_requests(tool_info *tool)
@@ -69,11 +94,12 @@ void boarddiag::send_due_requests(tool_info *tool)
     }
     for (busbroker_tx_node *node = tool->tx_queue; node != nullptr && skipped < max_skipped;
          node = node->next) {
-        if (stands_aside(tool, *node)) {
+        busbroker_call *call = *find_call(tool, node->transac_id);
+        if (stands_aside(tool, *node, call)) {
             continue;
         }
         if (node->countdown == 0) {
-            send_request(tool, node);
+            send_request(tool, node, call);
         } else if ((node->flags & BB_REQ_NO_WAIT) != 0) {
             skipped++;
         }
@@ -93,7 +119,7 @@ void *sock_tx_thread(void *arg)
     }
     diag_print(3, "Registering for timeout calls\n");
     register_timeout_calls(every_tick, timeout_update, tool);
-    std::atomic_ref(tool->tx_started).store(1);
+    boarddiag::note_transmitter(tool);
     for (;;) {
         const uint32_t seen = boarddiag::wake_count(tool->tx_wake);
         pthread_mutex_lock(&tool->tx_mutex);

@@ -18,6 +18,7 @@ bool boarddiag::request_with_retries(const broker_request &request, void (*prepa
         prepare(context);
         const uint32_t status = request_busbroker(request.req, request.tool, request.dev_id, request.dev_name,
                                                   priority, request.req_type, whole_transaction);
+        free_req_texts(request.req);
         if (status == 0 && (accept == nullptr || accept(context))) {
             return true;
         }

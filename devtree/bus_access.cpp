@@ -3,6 +3,7 @@
 
 #include <boarddiag/devtree.h>
 
+#include "core/reason.h"
 #include "core/report.h"
 #include "devtree/broker_retry.h"
 
@@ -45,10 +46,12 @@ uint32_t update_bus_dev_acces_req_fields(struct busbroker_req_resp *req, int ass
                                          const char *asset_id)
 {
     if (req == nullptr) {
+        boarddiag::set_reason("no record was given");
         return DIAG_ERR_INVALID_ARG;
     }
     if (asset_flag == 0 && asset_id == nullptr) {
         REPORT_TRACE(__func__, 3, "Received NULL asset ID \n");
+        boarddiag::set_reason("no asset identifier was given");
         return DIAG_ERR_INVALID_ARG;
     }
     req->bus_arg1 = bus_arg1;

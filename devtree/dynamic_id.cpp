@@ -4,6 +4,7 @@
 
 #include <boarddiag/devtree.h>
 
+#include "core/reason.h"
 #include "core/report.h"
 #include "devtree/broker_retry.h"
 
@@ -31,7 +32,13 @@ void prepare(void *context)
 bool is_name(const void *context)
 {
     const auto *question = static_cast<const id_question *>(context);
-    return strnlen(question->answer, sizeof question->answer) <= max_name_length;
+    const size_t length = strnlen(question->answer, sizeof question->answer);
+    if (length != 0 && length <= max_name_length) {
+        return true;
+    }
+    boarddiag::set_reason("the bus broker's identifier of %u is %s", question->otf_id,
+                          length == 0 ? "empty" : "too long");
+    return false;
 }
 
 } // namespace
@@ -40,6 +47,7 @@ uint32_t update_dyn_dev_access_req_fields(struct busbroker_req_resp *req, uint16
                                           uint8_t *resp_buf)
 {
     if (req == nullptr) {
+        boarddiag::set_reason("no record was given");
         return DIAG_ERR_INVALID_ARG;
     }
     req->resp_buf = resp_buf;

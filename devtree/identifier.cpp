@@ -59,7 +59,7 @@ boarddiag::channel_syntax boarddiag::take_channel(std::string_view *rest, std::s
     memcpy(number, token->data(), token->size());
     number[token->size()] = '\0';
     char *end = nullptr;
-    // No upper bound is applied; the number is cut to the selection's width on every processor alike.
-    *sel = static_cast<int32_t>(static_cast<uint32_t>(strtoll(number, &end, 16)) - 1u);
+    // No upper bound is applied but that of a long; the number is cut to the selection's width.
+    *sel = static_cast<int32_t>(static_cast<uint32_t>(strtol(number, &end, 16)) - 1u);
     return *end == '\0' ? channel_syntax::valid : channel_syntax::malformed;
 }

@@ -31,16 +31,6 @@ struct mux_part {
 
 constexpr std::array<mux_part, 3> mux_parts{{{"PCA9541", 10}, {"PCA9547", 0}, {"PCA9548", 0}}};
 
-bool fits(const char *function, const char *id)
-{
-    if (strlen(id) <= boarddiag::max_id_length) {
-        return true;
-    }
-    REPORT_ERROR(function, "Device id %s is longer than %d characters\n", id,
-                 static_cast<int>(boarddiag::max_id_length));
-    return false;
-}
-
 int32_t mux_param_of(const char *function, const char *mux_type)
 {
     for (const mux_part &part : mux_parts) {
@@ -52,7 +42,7 @@ int32_t mux_param_of(const char *function, const char *mux_type)
     return unknown_mux_param;
 }
 
-uint32_t add_mux_entry_to_proc_info(const tree_build &build, pf_dev *mux)
+[[gnu::noinline]] uint32_t add_mux_entry_to_proc_info(const tree_build &build, pf_dev *mux)
 {
     if (mux == nullptr || build.proc_info == nullptr) {
         REPORT_ERROR(__func__, "Pointers received are NULL \n");
@@ -87,9 +77,6 @@ uint32_t find_or_add_node(const char *function, const tree_build &build, if_tree
         REPORT_ERROR(function, "Invalid tree\n");
         return DIAG_ERR_INVALID_ARG;
     }
-    if (!fits(function, name)) {
-        return DIAG_ERR_INVALID_ARG;
-    }
     auto *added = make_node<mux_tree>();
     if (added == nullptr) {
         REPORT_ERROR(function, "Couldn't allocate memory\n");
@@ -101,8 +88,8 @@ uint32_t find_or_add_node(const char *function, const tree_build &build, if_tree
     return 0;
 }
 
-uint32_t check_add_mux_entry(const tree_build &build, if_tree *container, pf_dev *dev, const char *name,
-                             mux_tree **node, bool register_dev)
+[[gnu::noinline]] uint32_t check_add_mux_entry(const tree_build &build, if_tree *container, pf_dev *dev,
+                                               const char *name, mux_tree **node, bool register_dev)
 {
     if (container == nullptr || dev == nullptr || name == nullptr) {
         REPORT_ERROR(__func__, "Pointers received are NULL \n");
@@ -110,6 +97,9 @@ uint32_t check_add_mux_entry(const tree_build &build, if_tree *container, pf_dev
     }
     if (build.daemon && build.proc_info == nullptr) {
         REPORT_ERROR(__func__, "Proc info pointers should not be null for devid daemon\n");
+        return DIAG_ERR_INVALID_ARG;
+    }
+    if (!boarddiag::is_id_length(__func__, name)) {
         return DIAG_ERR_INVALID_ARG;
     }
     if (register_dev && dev->mux_type == nullptr) {
@@ -132,7 +122,7 @@ uint32_t enter_channel(const char *function, const tree_build &build, mux_tree *
                        if_tree **container)
 {
     if (node == nullptr) {
-        REPORT_ERROR(function, "Invalid tree\n");
+        REPORT_FOLLOW_UP(function, "Invalid tree\n");
         return DIAG_ERR_INVALID_ARG;
     }
     const auto place = boarddiag::find(build.index, &node->channels, {nullptr, sel});
@@ -192,7 +182,7 @@ uint32_t walk_path(const char *function, const tree_build &build, pf_dev *dev, i
     std::string_view segment;
     boarddiag::path_text path{};
     bool is_hop = boarddiag::take_hop(&rest, &segment);
-    uint32_t status = is_hop && !fits(function, dev->dev_id) ? DIAG_ERR_INVALID_ARG : 0;
+    uint32_t status = 0;
     while (is_hop && status == 0) {
         append(&path, segment);
         status = follow_hop(function, build, dev, &path, &rest, container);
@@ -202,6 +192,16 @@ uint32_t walk_path(const char *function, const tree_build &build, pf_dev *dev, i
 }
 
 } // namespace
+
+bool boarddiag::is_id_length(const char *function, const char *id)
+{
+    if (strlen(id) <= max_id_length) {
+        return true;
+    }
+    REPORT_ERROR(function, "Device id %s is longer than %d characters\n", id,
+                 static_cast<int>(max_id_length));
+    return false;
+}
 
 uint32_t boarddiag::list_device(const char *function, const tree_build &build, if_tree *container,
                                 pf_dev *dev)
@@ -220,6 +220,9 @@ uint32_t boarddiag::update_dev_mux_interface_tree(const tree_build &build, pf_de
 {
     if (dev == nullptr || tree == nullptr || dev->dev_id == nullptr) {
         REPORT_ERROR(__func__, "Received is a NULL pointer\n");
+        return DIAG_ERR_INVALID_ARG;
+    }
+    if (!is_id_length(__func__, dev->dev_id)) {
         return DIAG_ERR_INVALID_ARG;
     }
     if_tree *container = tree;

@@ -5,6 +5,7 @@
 
 #include <boarddiag/devtree.h>
 
+#include "core/reason.h"
 #include "core/report.h"
 #include "devtree/tree_build.h"
 #include "devtree/tree_index.h"
@@ -13,7 +14,7 @@ namespace {
 
 using boarddiag::tree_build;
 
-constexpr uint64_t max_interface = 25;
+constexpr unsigned long max_interface = 25;
 constexpr size_t indexed_from = 64; // below so many descriptors walking the lists is as fast
 
 struct plain_interface {
@@ -36,10 +37,11 @@ uint32_t interface_number(const char *function, const char *interface, uint32_t 
         return DIAG_ERR_INVALID_ARG;
     }
     // As an unsigned value a negative number is too large as well.
-    const auto number = static_cast<uint64_t>(strtoll(dash + 1, nullptr, 10));
+    const auto number = static_cast<unsigned long>(strtol(dash + 1, nullptr, 10));
     if (number > max_interface) {
         REPORT_TRACE(function, 3, "Interface num %s exceeded max allowed I2C if no %d\n", dash + 1,
                      static_cast<int>(max_interface));
+        boarddiag::set_reason("there is no I2C interface %s, the highest is %lu", dash + 1, max_interface);
         return DIAG_ERR_INVALID_ARG;
     }
     *if_num = static_cast<uint32_t>(number);
@@ -56,6 +58,18 @@ if_tree *plain_tree(pf_tree *tree, const char *interface)
     return nullptr;
 }
 
+// Lists a device that no path leads to. An identifier that is too long is a failure that does not end the
+// walk.
+uint32_t list_plain(const char *function, const tree_build &build, if_tree *container, pf_dev *dev,
+                    uint32_t *last)
+{
+    if (dev->dev_id != nullptr && !boarddiag::is_id_length(function, dev->dev_id)) {
+        *last = DIAG_ERR_INVALID_ARG;
+        return 0;
+    }
+    return boarddiag::list_device(function, build, container, dev);
+}
+
 // Places a descriptor. Returns the status that ends the walk over the list; a failure that does not end it
 // goes to `last`, as every result of an identifier's walk does.
 uint32_t place_device(const char *function, tree_build build, pf_dev *dev, pf_tree *tree, uint32_t *last)
@@ -63,9 +77,8 @@ uint32_t place_device(const char *function, tree_build build, pf_dev *dev, pf_tr
     const char *interface = dev->interface != nullptr ? dev->interface : "";
     if (strstr(interface, "i2c") == nullptr) {
         if_tree *plain = plain_tree(tree, interface);
-        return plain != nullptr && dev->mux_type == nullptr
-                   ? boarddiag::list_device(function, build, plain, dev)
-                   : 0;
+        return plain != nullptr && dev->mux_type == nullptr ? list_plain(function, build, plain, dev, last)
+                                                            : 0;
     }
     const uint32_t status = interface_number(function, interface, &build.if_num);
     if (status != 0) {
@@ -73,7 +86,7 @@ uint32_t place_device(const char *function, tree_build build, pf_dev *dev, pf_tr
     }
     if_tree *target = &tree->i2c[build.if_num];
     if (dev->dev_id != nullptr && strchr(dev->dev_id, '-') == nullptr && dev->mux_type == nullptr) {
-        return boarddiag::list_device(function, build, target, dev);
+        return list_plain(function, build, target, dev, last);
     }
     *last = boarddiag::update_dev_mux_interface_tree(build, dev, target);
     return 0;

@@ -19,6 +19,10 @@ struct tree_build {
 
 // mux_tree.cpp
 
+/// Whether an identifier or a path name has a length that names have room for; reports in the name of
+/// `function` when it has not.
+bool is_id_length(const char *function, const char *id);
+
 /// Appends a device to the list of a container; reports in the name of `function`.
 /// @return 0 or DIAG_ERR_NO_MEMORY.
 uint32_t list_device(const char *function, const tree_build &build, if_tree *container, pf_dev *dev);

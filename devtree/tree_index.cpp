@@ -28,7 +28,8 @@ uint32_t hash_of(const void *list, const item_key &key)
 }
 
 // The slot of a key: the one that holds it, or the free one where it belongs.
-index_slot *slot_for(const tree_index *index, const void *list, const item_key &key, uint32_t hash)
+[[gnu::noinline]] index_slot *slot_for(const tree_index *index, const void *list, const item_key &key,
+                                       uint32_t hash)
 {
     const size_t mask = index->capacity - 1;
     for (size_t i = hash & mask;; i = (i + 1) & mask) {
@@ -60,7 +61,7 @@ bool has_room(tree_index *index)
     return index->capacity != 0;
 }
 
-void put(tree_index *index, const void *list, const item_key &key, void *item, bool replace)
+[[gnu::noinline]] void put(tree_index *index, const void *list, const item_key &key, void *item, bool replace)
 {
     if (index == nullptr || index->capacity == 0 || !has_room(index)) {
         return;

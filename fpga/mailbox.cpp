@@ -136,11 +136,13 @@ uint32_t select_reg(mbox_call &call, uint32_t reg)
 }
 
 // The byte dies with the call, and the place for the answer may: the record must not go on pointing at them.
+// The texts are released for a caller who knows of no request.
 uint32_t finished(const mbox_call &call, uint32_t status)
 {
     if (call.path == &broker_path && call.req != nullptr) {
         call.req->write_data = nullptr;
         call.req->resp_buf = nullptr;
+        free_req_texts(call.req);
     }
     return status;
 }

@@ -4,7 +4,7 @@
 #include "support.h"
 
 #include <array>
-#include <limits>
+#include <sys/time.h>
 
 namespace {
 
@@ -47,13 +47,19 @@ void feed(tool_info &tool, std::string_view datagram)
 /// ago.
 void feed_all(tool_info &tool, std::string_view rest, size_t limit)
 {
+    bool is_later = false;
+
     tool.rx_complete = busbroker_parse_update_queues;
     while (rest.data() != nullptr) {
         std::string_view datagram = fuzz::next_part(&rest, datagram_end);
-        tool.last_step_time.tv_sec = datagram.empty() ? 0 : tool.last_step_time.tv_sec;
+        is_later = is_later && !datagram.empty();
         for (; !datagram.empty(); datagram.remove_prefix(std::min(limit, datagram.size()))) {
+            tool.last_step_time = {};
+            if (is_later) {
+                gettimeofday(&tool.last_step_time, nullptr);
+            }
             feed(tool, datagram.substr(0, limit));
-            tool.last_step_time.tv_sec = std::numeric_limits<time_t>::max();
+            is_later = true;
         }
     }
 }

@@ -19,6 +19,7 @@
 BOARDDIAG_BEGIN_DECLS
 
 struct _xmlNode;
+struct busbroker_call;
 
 /* ---- The record and its frame (busbroker/frame, data_text, update_request) ---- */
 
@@ -105,11 +106,6 @@ struct busbroker_tx_node {
     uint8_t flags;       /**< BB_REQ_ flags */
     uint8_t send_count;  /**< sends so far; a failed one counts 2 */
     struct busbroker_tx_node *next; /**< the request behind, null at the end */
-    /* private fields of the library follow; all are valid when zero */
-    uint8_t answered;   /**< private: a status that completes the request is filed: it is neither sent nor
-                           waited for */
-    uint8_t bounded;    /**< private: resp_room holds */
-    uint32_t resp_room; /**< private: response bytes that the waiting caller's buffer takes */
 };
 
 /** What came back for a request. Guarded by the client's rx_mutex; made and released by the library. */
@@ -170,11 +166,15 @@ struct tool_info {
     pthread_mutex_t tx_mutex;             /**< guards tx_queue and its nodes; held during a transmit pass */
     pthread_mutex_t rx_mutex;             /**< guards rx_queue and its nodes */
     uint8_t timeout_flag; /**< 1: a tick came; atomic, set by timeout_update(), cleared by a transmit pass */
-    /* private fields of the library follow; all are atomic and valid when zero */
-    uint32_t tx_wake;       /**< private: raised when the transmit thread has work; it sleeps on this word */
-    uint32_t tx_started;    /**< private: non-zero once the transmit thread runs */
+    /* private fields of the library follow; all are valid when zero */
+    uint32_t tx_wake;  /**< private: raised when the transmit thread has work; it sleeps on this word */
+    int32_t tx_pid;    /**< private: the process whose transmit thread runs, 0 before; atomic */
+    uint32_t rx_reset; /**< private: 1: the receive thread is to drop what it has half read; atomic */
+    uint32_t aged;     /**< private: how often the transmit queue has aged; guarded by tx_mutex */
+    uint8_t has_told_no_tick;     /**< private: 1: the lack of ticks was told; guarded by tx_mutex */
+    struct busbroker_call *calls; /**< private: the callers that wait; guarded by tx_mutex */
     uint32_t resp_wake[64]; /**< private: raised when a request is over; each caller sleeps on one of these
-                               words */
+                               words; atomic */
 };
 
 /**
@@ -198,6 +198,15 @@ struct tool_info {
  */
 uint32_t update_request(struct busbroker_req_resp *req, const char *dev_id, const char *dev_name,
                         uint32_t req_prio, uint32_t req_type, uint32_t transac_ind);
+
+/**
+ * Releases the data and support texts of a record and zeroes their lengths; the record itself stays.
+ *
+ * @param req the record, its texts null or on the heap; null is ignored.
+ *
+ * Thread-safe on different records.
+ */
+void free_req_texts(struct busbroker_req_resp *req);
 
 /**
  * The length of the frame that frame_ascii_request() makes of a record.

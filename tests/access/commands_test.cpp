@@ -119,8 +119,8 @@ TEST_F(Commands, GpioLpcPciAndMemory)
            0, memtool_set, 0x80000000, 16, words, 2, 1);
     expect(mem + "4 --width=64 --val=0xffffffffffffffff,0x123456789abcdef\n2 bytes written to memory\n", 0,
            memtool_set, 0x80000004, 64, longs, 2, 0);
-    expect(mem + "0 --width=32 --val=\n0 bytes written to memory\n", 0, memtool_set, 0x80000000, 32, words,
-           0, 0);
+    expect(mem + "0 --width=32 --val=\n0 bytes written to memory\n", 0, memtool_set, 0x80000000, 32, words, 0,
+           0);
     set_debug_enable(0);
 
     expect("1 bytes read from the fifo\n", 0, gpiotool_get, 0, 17, pipe, dest);
@@ -152,8 +152,8 @@ TEST_F(Commands, MemoryRefusals)
         expect(error_line("memtool_set", "Invalid width. Only 8, 16, 32 and 64 are supported widths.\n"),
                DIAG_ERR_FAILED, memtool_set, 0x10, width, many.data(), 1, 0);
     }
-    expect(error_line("memtool_set", "Could not allocate space for params of memtool\n"), minus_one, memtool_set,
-           0x10, 8, many.data(), -1, 0);
+    expect(error_line("memtool_set", "Could not allocate space for params of memtool\n"), minus_one,
+           memtool_set, 0x10, 8, many.data(), -1, 0);
     expect(error_line("memtool_set", "The length of command is longer than SYS_CMD_MAX_SIZE\n") +
                "The length of sys_cmd: 51\nsys_cmd:" + head + "64 --val=\n" +
                ("The length of data: 2003\ndata:\n" + list).substr(0, 1023),
@@ -205,6 +205,7 @@ TEST_F(Commands, AddressingWithoutData)
     EXPECT_EQ(i2ctool_set_no_data(&device, 0, nullptr, 0), 0u);
     EXPECT_EQ(board.commands().back(), "broker 3 i2c-3-0x50 rom ind=5 00000010,0001,00,00,ff support=,01");
     EXPECT_TRUE(*req.write_data == 0xff && *req.support_bytes == 0x01); // still there behind the call
+    EXPECT_EQ(req.data, nullptr);                                       // released
     device.dev_id = "i2c-3-0x5f";
     diagtest::told(DIAG_ERR_INVALID_ARG, [&] { return i2ctool_set_no_data(&device, 0, nullptr, 0); });
 }

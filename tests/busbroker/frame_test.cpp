@@ -22,8 +22,7 @@ struct request {
     }
     ~request()
     {
-        free(record.data);
-        free(record.support_data);
+        free_req_texts(&record);
     }
     uint32_t update(uint32_t type, const char *dev_id = "cpu0", const char *dev_name = "fpga")
     {
@@ -97,44 +96,50 @@ TEST(Frame, DataTexts)
     EXPECT_EQ(r.frame().substr(57, 6), ",01,ff");
 }
 
-TEST(Frame, RefusedRequestsLeaveNothingStale)
+TEST(Frame, RefusedRequestsChangeNothing)
 {
     static const uint8_t many[65535] = {};
-    const std::string longest(255, 'd');
+    const std::string longest(255, 'd'), longer = longest + "d";
     request r;
+    r.record.support_bytes = many;
+    r.record.support_count = 85;
     EXPECT_EQ(r.update(0, longest.c_str(), longest.c_str()), 0u);
-    EXPECT_EQ(r.frame().size(), 570u);
-    const std::string too_long =
-        error_line("update_request", "Device id or device name exceeds 255 characters\n");
-    auto expect_refusal = [&](const std::string &told, const std::string &dev_id, const std::string &dev_name,
-                              uint32_t type) {
-        EXPECT_EQ(console_of([&] { EXPECT_NE(r.update(type, dev_id.c_str(), dev_name.c_str()), 0u); }), told);
-        EXPECT_EQ(r.record.data_len + r.record.support_data_len, 0) << told;
-        EXPECT_EQ(r.record.data, nullptr) << told;
-        EXPECT_EQ(r.update(BB_REQ_READ), 0u);
+    EXPECT_EQ(r.record.support_data_len, 255);
+    const std::string before = r.frame();
+    EXPECT_EQ(before.size(), 570u + 255u);
+    const auto told = [&](const char *dev_id, const char *dev_name, uint32_t type) {
+        return diagtest::told(DIAG_ERR_INVALID_ARG, [&] { return r.update(type, dev_id, dev_name); });
     };
-    set_verb_level(1);
-    expect_refusal(too_long, longest + "d", "", 0);
-    expect_refusal(too_long, "", longest + "d", 0);
-    expect_refusal("Rx NULL pointer as Write input buffer\n", "", "", BB_REQ_WRITE);
+    const auto expect_refusal = [&](const char *message, const char *dev_id, const char *dev_name,
+                                    uint32_t type) {
+        EXPECT_EQ(told(dev_id, dev_name, type), error_line("update_request", message));
+        EXPECT_EQ(r.frame(), before) << message;
+    };
+    const char *too_long = "Device id or device name exceeds 255 characters\n";
+    const char *null = "NULL pointers received as inputs\n";
+    expect_refusal(null, nullptr, "", 0);
+    expect_refusal(null, "", nullptr, 0);
+    expect_refusal(too_long, longer.c_str(), "", 0);
+    expect_refusal(too_long, "", longer.c_str(), 0);
     r.record.write_data = many;
     r.record.count = 21839;
-    expect_refusal(error_line("update_request", "Data text of 65536 characters exceeds 65535\n"), "", "",
-                   BB_REQ_WRITE);
-    r.record.support_bytes = many;
+    expect_refusal("Data text of 65536 characters exceeds 65535\n", "", "", BB_REQ_WRITE);
     r.record.support_count = 86;
-    EXPECT_EQ(console_of([&] { r.update(BB_REQ_READ); }),
-              error_line("update_request", "Support data of 86 bytes exceeds 85\n"));
-    EXPECT_EQ(r.record.support_data_len, 0);
-    r.record.support_count = 85;
-    EXPECT_EQ(r.update(BB_REQ_READ), 0u);
-    EXPECT_EQ(r.record.support_data_len, 255);
-    for (busbroker_req_resp *req : {static_cast<busbroker_req_resp *>(nullptr), &r.record}) {
-        EXPECT_EQ(
-            diagtest::told(DIAG_ERR_INVALID_ARG, [&] { return update_request(req, "", nullptr, 0, 0, 0); }),
-            error_line("update_request", "NULL pointers received as inputs\n"));
-    }
-    EXPECT_TRUE(r.record.data == nullptr && r.record.crc == 0 && r.record.data_len == 0);
+    expect_refusal("Support data of 86 bytes exceeds 85\n", "", "", 0);
+    r.record.support_bytes = nullptr;
+    r.record.support_count = 1;
+    expect_refusal("NULL pointer received as 1 support bytes\n", "", "", 0);
+    r.record.write_data = nullptr;
+    set_verb_level(1);
+    EXPECT_EQ(told("cpu0", "", BB_REQ_WRITE), "Rx NULL pointer as Write input buffer\n");
+    EXPECT_STREQ(diag_reason(), "Rx NULL pointer as Write input buffer");
+    EXPECT_TRUE(r.record.dev_id_len == 4 && r.record.support_data_len == 255) << "filled so far";
+    EXPECT_EQ(diagtest::told(DIAG_ERR_INVALID_ARG, [&] { return update_request(nullptr, "", "", 0, 0, 0); }),
+              error_line("update_request", null));
+    free_req_texts(&r.record);
+    free_req_texts(nullptr);
+    EXPECT_TRUE(r.record.data == nullptr && r.record.support_data == nullptr && r.record.dev_id != nullptr);
+    EXPECT_EQ(r.record.data_len + r.record.support_data_len, 0);
 }
 
 TEST(Frame, ChecksComeInOrderAtLevelZero)

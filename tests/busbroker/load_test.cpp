@@ -53,6 +53,7 @@ void load(tool_info *tool, uint32_t first, uint32_t count)
             for (uint32_t round = first; round < first + count; round++) {
                 write_and_read(tool, &req, caller << 16 | round);
             }
+            free_req_texts(&req);
         });
     }
     threads.clear();

@@ -95,6 +95,14 @@ inline tool_info *start_client(script answers, int32_t timer_type)
     return start_client(ntohs(broker->sock_cfg.sock_addr.sin_port), timer_type);
 }
 
+/// Waits for what another thread does; the test's deadline ends the wait for what never comes.
+template <typename Condition> void await(Condition holds)
+{
+    while (!holds()) {
+        std::this_thread::yield();
+    }
+}
+
 inline void forget_requests(tool_info *tool)
 {
     while (tool->tx_queue != nullptr) {

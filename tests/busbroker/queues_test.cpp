@@ -1,9 +1,13 @@
 /* SPDX-License-Identifier: MIT */
 // The queues and the transmit pass, without threads.
+#include <atomic>
+#include <csignal>
 #include <cstring>
 
 #include "busbroker/loopback.h"
 #include "busbroker/queues.h"
+
+using diagtest::await;
 
 namespace {
 
@@ -42,32 +46,102 @@ TEST(Queues, WaitingRequestHoldsBackUntilAnsweredOrGivenUp)
     tool_info *tool = diagtest::new_client();
     int32_t no_socket = -1;
     EXPECT_EQ(queue_tx_buf(nullptr, strdup("released"), 8, 0, 0, 1), DIAG_ERR_INVALID_ARG);
-    queue(tool, 1);
-    queue(tool, 2);
-    queue(tool, 3, 0, 0);
+    for (const uint32_t id : {1u, 2u, 3u}) {
+        queue(tool, id, 0, id == 3 ? 0 : 200);
+    }
+    busbroker_call caller{};
+    caller.transac_id = 2;
+    tool->calls = &caller;
     EXPECT_EQ(pass(tool), "1 ");
-    EXPECT_EQ(file(tool, BB_RESP_ACK, 1), 0u);
-    EXPECT_EQ(pass(tool, 2), "1 ");
-    EXPECT_EQ(file(tool, BB_RESP_FAILED, 1), 0u);
-    EXPECT_EQ(pass(tool, 5), "2 2 2 ") << "the answered request is neither sent nor waited for";
-    EXPECT_EQ(pass(tool, 1), "3 ") << "after three sends and their time";
-    EXPECT_EQ(pass(tool, 1), "3 ") << "an interval of 0 is one tick";
+    EXPECT_EQ(file(tool, BB_RESP_SUCCESS, 1), 0u);
+    EXPECT_EQ(pass(tool, 4), "1 1 ") << "an answered request that nobody waits for goes on";
+    EXPECT_EQ(pass(tool, 9), "") << "the last wait is at least a second";
+    EXPECT_EQ(pass(tool, 1), "2 ") << "after three sends and their time";
+    EXPECT_EQ(pass(tool, 2), "2 ");
+    EXPECT_EQ(file(tool, BB_RESP_ACK, 2), 0u);
+    EXPECT_EQ(pass(tool, 6), "2 2 2 ") << "an acknowledgement starts the count anew";
+    EXPECT_EQ(file(tool, BB_RESP_SUCCESS, 2, "bytes"), 0u);
+    EXPECT_TRUE(caller.answered);
+    EXPECT_EQ(pass(tool, 1), "3 3 ") << "an interval of 0 is one tick";
     std::swap(tool->sock_fd, no_socket);
     EXPECT_EQ(diagtest::console_of([&] { pass(tool, 1); }),
               diagtest::error_line("sock_tx_thread", "Error while trying to send data with errcode 9\n"));
     EXPECT_EQ(tool->tx_queue->next->next->send_count, 4) << "a failed send counts twice";
-    EXPECT_EQ(check_resp_buf(tool, 1, nullptr), DIAG_ERR_INVALID_ARG);
-    pass(tool, 2);
-    char buf[8] = "";
-    EXPECT_EQ(file(tool, BB_RESP_SUCCESS, 2, "older"), 0u);
-    EXPECT_EQ(file(tool, BB_RESP_ACK, 2, "bytes"), 0u);
-    tool->tx_queue->bounded = 1, tool->tx_queue->resp_room = sizeof buf; // of a caller that is on its way
     EXPECT_EQ(enqueue_rx_queues(tool, BB_RESP_ACK, 2, nullptr, 0), 0u) << "leaves the bytes of the success";
-    EXPECT_EQ(check_resp_buf(tool, 3, nullptr), DIAG_ERR_INVALID_ARG) << "given up";
-    EXPECT_EQ(check_resp_buf(tool, 2, reinterpret_cast<uint8_t *>(buf)), 0u) << "a filed answer comes first";
+    char buf[8] = "";
+    EXPECT_EQ(check_resp_buf(tool, 2, reinterpret_cast<uint8_t *>(buf)), 0u);
     EXPECT_STREQ(buf, "bytes");
+    tool->calls = nullptr;
+    EXPECT_EQ(check_resp_buf(tool, 1, nullptr), 0u) << "a filed answer comes before giving up";
+    pass(tool, 10);
+    EXPECT_EQ(check_resp_buf(tool, 3, nullptr), DIAG_ERR_INVALID_ARG) << "given up";
+    EXPECT_TRUE(std::string(diag_reason()).starts_with("no answer from 127.0.0.1:")) << diag_reason();
     EXPECT_EQ(file(tool, BB_RESP_SUCCESS, 2, "late"), 0u);
     EXPECT_TRUE(tool->tx_queue == nullptr && tool->rx_queue == nullptr);
+    EXPECT_EQ(check_resp_buf(tool, 2, nullptr), DIAG_ERR_INVALID_ARG);
+    EXPECT_STREQ(diag_reason(), "no request with the transaction id 2 is queued");
+}
+
+TEST(Queues, ANodeIsItsEightFieldsWhoeverMadeIt)
+{
+    const struct fields {
+        char *frame;
+        uint32_t transac_id, length, countdown, interval;
+        uint8_t flags, send_count;
+        fields *next;
+    } made = {strdup("1 "), 1, 2, 0, 100, 0, 0, nullptr};
+    tool_info *tool = diagtest::new_client();
+    static_assert(sizeof made == sizeof(busbroker_tx_node));
+    tool->tx_queue = static_cast<busbroker_tx_node *>(malloc(sizeof made));
+    memcpy(static_cast<void *>(tool->tx_queue), &made, sizeof made);
+    queue(tool, 2);
+    EXPECT_EQ(pass(tool, 1), "1 1 ");
+    EXPECT_EQ(file(tool, BB_RESP_FAILED, 1), 0u);
+    EXPECT_EQ(check_resp_buf(tool, 1, nullptr), DIAG_ERR_INVALID_ARG);
+    EXPECT_STREQ(diag_reason(), "the bus broker's answer has the status 0x40");
+    EXPECT_EQ(pass(tool), "2 ");
+    diagtest::forget_requests(tool);
+}
+
+TEST(Queues, StreamGetsWholeFramesWhateverInterruptsAndHoweverSlowItsReader)
+{
+    static std::atomic<uint32_t> ticks;
+    const int listener = socket(AF_INET, SOCK_STREAM, 0);
+    tool_info *tool = diagtest::new_client();
+    sock_cfg cfg = {0, 0, 1, "127.0.0.1", 0, {}};
+    socklen_t size = sizeof cfg.sock_addr;
+    EXPECT_EQ(listen(listener, 1), 0);
+    getsockname(listener, reinterpret_cast<sockaddr *>(&cfg.sock_addr), &size);
+    cfg.port = ntohs(cfg.sock_addr.sin_port);
+    EXPECT_EQ(create_socket(&cfg, &tool->sock_fd, 1), 0u);
+    std::string expected, got;
+    sigset_t all; // kept from the reader; init_timer() makes another mask for this thread
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, nullptr);
+    std::thread reader([&, fd = accept(listener, nullptr, nullptr)] {
+        char bytes[65536]; // a piece for each tick
+        for (ssize_t n; (n = read(fd, bytes, sizeof bytes)) > 0; got.append(bytes, size_t(n))) {
+            await([seen = ticks.load()] { return ticks != seen; });
+        }
+        close(fd);
+    });
+    timer_t timer;
+    register_timeout_calls(
+        1, [](void *) { ++ticks; }, nullptr);
+    EXPECT_EQ(init_timer(1, &timer, 0), 0u);
+    for (uint32_t id = 1; id <= 3; id++) {
+        const std::string frame(4'000'000, char('0' + id));
+        expected += frame;
+        queue_tx_buf(tool, strdup(frame.c_str()), uint32_t(frame.size()), 60'000, BB_REQ_NO_WAIT, id);
+    }
+    boarddiag::send_due_requests(tool);
+    shutdown(tool->sock_fd, SHUT_WR);
+    reader.join();
+    EXPECT_TRUE(got == expected) << got.size();
+    queue(tool, 4); // no signal comes of a stream that takes nothing any more
+    EXPECT_EQ(diagtest::console_of([&] { boarddiag::send_due_requests(tool); }),
+              diagtest::error_line("sock_tx_thread", "Error while trying to send data with errcode 32\n"));
+    diagtest::forget_requests(tool);
 }
 
 TEST(Queues, PassSkipsFewerThanFiveRequestsThatNobodyWaitsFor)
@@ -84,20 +158,23 @@ TEST(Queues, PassSkipsFewerThanFiveRequestsThatNobodyWaitsFor)
     diagtest::forget_requests(tool);
 }
 
-TEST(Queues, TickWakesOnlyForQueuedRequestsAndAgesCountdowns)
+TEST(Queues, EveryTickIsTakenAndAgesCountdowns)
 {
     tool_info *tool = diagtest::new_client();
-    timeout_update(tool);
-    EXPECT_EQ(tool->tx_wake, 0u);
-    queue(tool, 1);
-    timeout_update(tool);
-    EXPECT_EQ(tool->tx_wake, 2u);
-    tool->tx_queue->countdown = 250;
-    for (const uint32_t expected : {150u, 50u, 100u, 0u, 0u}) {
-        busbroker_tx_queue_timeout_update(tool);
-        EXPECT_EQ(tool->tx_queue->countdown, expected);
+    EXPECT_EQ(create_thread(&tool->tx_thread, nullptr, sock_tx_thread, tool), 0u);
+    await([=] { return std::atomic_ref(tool->tx_pid) != 0; });
+    for (int tick = 0; tick < 3; tick++) { // with nothing queued
+        timeout_update(tool);
+        await([=] { return std::atomic_ref(tool->timeout_flag) == 0; });
     }
-    diagtest::forget_requests(tool);
+    tool_info *other = diagtest::new_client();
+    queue(other, 1);
+    other->tx_queue->countdown = 250;
+    for (const uint32_t expected : {150u, 50u, 100u, 0u, 0u}) {
+        busbroker_tx_queue_timeout_update(other);
+        EXPECT_EQ(other->tx_queue->countdown, expected);
+    }
+    diagtest::forget_requests(other);
 }
 
 TEST(Receive, EndsTheProcessOnAnEmptyDatagramAfterTheLargestOne)
@@ -107,6 +184,11 @@ TEST(Receive, EndsTheProcessOnAnEmptyDatagramAfterTheLargestOne)
         sendto(tool->sock_fd, text.data(), text.size(), 0,
                reinterpret_cast<const sockaddr *>(&tool->sock_cfg.sock_addr), sizeof(sockaddr_in));
     };
+    send("a\x1b\n");
+    set_verb_level(3);
+    EXPECT_EQ(diagtest::told(0, [&] { return receive_from_socket(tool); }),
+              "Rx data of len 3 is a\\x1b\\n\n");
+    set_verb_level(0);
     send(std::string(5000, 'x'));
     EXPECT_EQ(receive_from_socket(tool), 0u);
     EXPECT_EQ(strlen(reinterpret_cast<char *>(tool->rx_buf)), 4096u);

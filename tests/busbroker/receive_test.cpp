@@ -164,7 +164,7 @@ TEST(Receive, FaultyFramesAreDiscardedAndTheNextIsRead)
 TEST(Receive, TellsEachField)
 {
     client c;
-    const std::string sent = frame();
+    const std::string sent = frame_with([](auto &r) { r.dev_id = "c\x1b[2"; });
     set_verb_level(3);
     std::string told = console_of([&] { c.feed(sent); });
     for (size_t at; (at = told.find("Rx current state")) != std::string::npos;) {
@@ -173,7 +173,7 @@ TEST(Receive, TellsEachField)
     told.erase(told.find("Rx CRC"));
     EXPECT_EQ(told,
               "Rx tool id = 3\nRx instance id = 305419896\nRx transaction id = -19088744\nRx dev id len = 4\n"
-              "dev_id = cpu0\ndev_name_len = 4\nRx dev name len = 4\ndev_name = fpga\n"
+              "dev_id = c\\x1b[2\ndev_name_len = 4\nRx dev name len = 4\ndev_name = fpga\n"
               "Rx request priority = 0x2\nRx request type = 0x7\ntransac indication = 0x5\n"
               "Rx total data length = 32\nRx support data length = 6\n"
               "Rx data = 00000010,0001,08,1c,Success,1,5a of len 32\nRx data = ,01,ff of len 6\n");
@@ -195,6 +195,9 @@ TEST(Receive, GapOfMoreThanThreeSecondsDropsTheFrame)
               }).find(" which is > sock rx timeout 3 Sec Resetting state Machine\n"),
               std::string::npos);
     set_verb_level(0);
+    c.feed(frame().substr(0, 70));
+    c.tool.last_step_time.tv_sec += 100; // the clock was set back
+    c.feed(frame().substr(70));
     EXPECT_EQ(client::got.size(), 1u);
     EXPECT_TRUE(c.idle());
     c.tool.last_step_time = {}; // idle for long: the first step resets, the datagram is read all the same

@@ -59,6 +59,7 @@ TEST(SocketCfg, BothForms)
 
 TEST(Socket, BindsOrConnectsOrTellsWhyNot)
 {
+    const std::string bad_address = diagtest::error_line("create_socket", "Invalid IP address 1.\\x1b[\n");
     const struct {
         sock_cfg cfg;
         int connect;
@@ -68,7 +69,9 @@ TEST(Socket, BindsOrConnectsOrTellsWhyNot)
         {{0, 1, 1, "", 9, {}}, 1, "Socket connected \nSocket is ready \n"},
         {{0, 1, 0, "::1", 0, {}}, 0, "Currently we don't support IPV6\n"},
         {{0, 1, 1, "192.0.2.1", 0, {}}, 0, "Socket bind failure with err code  [99]\n"},
-        {{0, 1, 1, "1.2.3", 9, {}}, 1, "Socket connect fail with err code [22]\n"},
+        {{0, 1, 1, "127.1", 0, {}}, 0, "Socket binding successful\nSocket is ready \n"},
+        {{0, 1, 1, "1.\x1b[", 9, {}}, 0, bad_address + "Socket bind failure with err code  [22]\n"},
+        {{0, 1, 1, "1.\x1b[", 9, {}}, 1, bad_address + "Socket connect fail with err code [22]\n"},
     };
     set_verb_level(3);
     for (auto [cfg, connect, outcome] : rows) {
@@ -78,6 +81,15 @@ TEST(Socket, BindsOrConnectsOrTellsWhyNot)
             console_of([&, &cfg = cfg, connect = connect] { status = create_socket(&cfg, &fd, connect); });
         EXPECT_TRUE(console.ends_with(outcome)) << console;
         EXPECT_EQ(status == 0, outcome.ends_with("ready \n"));
-        EXPECT_EQ(close(fd) == 0, !outcome.starts_with("Socket bind failure"));
+        EXPECT_EQ(close(fd) == 0, outcome.find("Socket bind failure") == std::string::npos);
+        if (cfg.ip[1] == '9') {
+            EXPECT_STREQ(diag_reason(), "192.0.2.1:0: Cannot assign requested address");
+        }
     }
+    sock_cfg cfg{};
+    char text[] = "1\x1b[|5|ipv4\r||";
+    const std::string console = console_of([&] { parse_socket_cfg(nullptr, &cfg, 0, text); });
+    EXPECT_TRUE(console.starts_with("Ip addr = 1\\x1b[\nIp Port = 5\nConfig ip family = ipv4\\r\n"))
+        << console;
+    EXPECT_STREQ(diag_reason(), "the socket configuration has no usable maxsockcnt");
 }

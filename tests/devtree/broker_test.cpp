@@ -25,6 +25,8 @@ extern "C" uint32_t __wrap_request_busbroker(busbroker_req_resp *req, tool_info 
         return DIAG_ERR_INVALID_ARG;
     }
     broker.sent.push_back(*req);
+    free_req_texts(req);
+    req->data = strdup("released by the caller");
     const size_t n = broker.sent.size();
     if (n <= broker.says.size()) {
         EXPECT_EQ(std::count(req->resp_buf, req->resp_buf + 40, 0), 40) << "cleared before each try";
@@ -100,16 +102,17 @@ TEST(DynamicId, AnAnswerIsKeptUnderAll32Bits)
             return request_otf_dev_id(&req, nullptr, "id", "nm", &some_timer, number, 0x1234, &name, &list);
         });
     };
-    broker = {2, {"-", std::string(33, 'x'), std::string(40, 'x'), full, "B"}, {}, ""};
+    broker = {2, {"-", std::string(33, 'x'), "", full, "B"}, {}, ""};
     EXPECT_EQ(ask(0x10005, 0), "");
     EXPECT_EQ(broker.calls, diagtest::times(3, "idnm55;wait 1;") + "idnm55;")
-        << "a text that is too long is no answer";
+        << "a text that is too long is no answer, nor is an empty one";
+    EXPECT_STREQ(diag_reason(), "the bus broker's identifier of 5 is empty");
     ASSERT_NE(name, nullptr);
     EXPECT_EQ(name, full);
     EXPECT_EQ(ask(0x20005, 0), "");
     EXPECT_STREQ(name, "B");
     EXPECT_TRUE(broker.sent[4].otf_id == 5 && broker.sent[4].otf_arg == 0x1234);
-    EXPECT_EQ(req.resp_buf, nullptr) << "the call's buffer is gone";
+    EXPECT_TRUE(req.resp_buf == nullptr && req.data == nullptr) << "the call's buffer is gone, and its texts";
     EXPECT_EQ(ask(0x10005, 0), "");
     EXPECT_TRUE(name == list->name && broker.calls.empty());
     EXPECT_EQ(check_dyn_dev_list(list, 5), nullptr);

@@ -109,19 +109,20 @@ TEST(Tree, IdentifiersAndTheirPaths)
 {
     const std::string xs = "X-1." + std::string(26, 'x');
     platform &p = make("EEPROM EEPROM- --EEPROM  -" + long_name +
-                       " M-3 --M-...3.-D M-3.N- M-0x1F.D M-0.D M--2.D M-ffffffff.D "
+                       " M-3 --M-...3.-D M-3.N- M-0x1F.D M-0.D M--2.D M-7fffffff.D "
                        "M-3.--N-..1.D M-3..O-1 M-3x.D P-- Q-\t R-.. M-3.N-- " +
                        long_path + " " + xs + "-1");
     const std::string format = error_line(walk, "Invalid device-id format. \n");
-    EXPECT_EQ(told(0, [&p] { return p.build(); }), format + format + format +
+    EXPECT_EQ(told(0, [&p] { return p.build(); }), error_line(walk, "Device id -" + long_name + too_long) +
+                                                       format + format + format +
                                                        error_line(walk, "Invalid dev id\n") + format +
                                                        error_line(walk, "Device id " + long_path + too_long));
-    EXPECT_EQ(p.on(), "|EEPROM |EEPROM- |--EEPROM | |-" + long_name +
-                          " [M] M-3. M-3.|M-3 M-3.|--M-...3.-D M-3.|M-3.N- "
-                          "M-3.[M-3.N] M-3.N-1. M-3.N-1.|M-3.--N-..1.D M-3.[M-3..O] M-3..O-1. "
-                          "M-3..O-1.|M-3..O-1 M-1f. M-1f.|M-0x1F.D "
-                          "M-0. M-0.|M-0.D M-fffffffe. M-fffffffe.|M--2.D M-ffffffff. "
-                          "M-ffffffff.|M-ffffffff.D [P] [Q] [R] [X] X-1. X-1.[" +
+    EXPECT_EQ(p.on(), "|EEPROM |EEPROM- |--EEPROM | "
+                      "[M] M-3. M-3.|M-3 M-3.|--M-...3.-D M-3.|M-3.N- "
+                      "M-3.[M-3.N] M-3.N-1. M-3.N-1.|M-3.--N-..1.D M-3.[M-3..O] M-3..O-1. "
+                      "M-3..O-1.|M-3..O-1 M-1f. M-1f.|M-0x1F.D "
+                      "M-0. M-0.|M-0.D M-fffffffe. M-fffffffe.|M--2.D M-7fffffff. "
+                      "M-7fffffff.|M-7fffffff.D [P] [Q] [R] [X] X-1. X-1.[" +
                           xs + "] " + xs + "-1. " + xs + "-1.|" + xs + "-1 :");
     platform &longest = make(long_path.substr(0, 32));
     EXPECT_EQ(longest.build(), 0u);
@@ -139,14 +140,16 @@ TEST(Tree, InterfacesDecideWhereADeviceGoesAndWhatEndsTheWalk)
         {"D@i2c--1", above("-1")},
         {"D@i2c-18446744073709551617", above("18446744073709551617")},
         {"D@i2c", error_line(build, "Invalid interface i2c\n")}};
+    const std::string too_long_id = error_line(build, "Device id " + long_name + too_long);
     set_verb_level(3);
     for (const auto &[list, end] : cases) {
-        platform &p = make(list + " P@pcimem M@mem L@lpc G@gpio " + long_name + "@i2c-1");
-        EXPECT_EQ(told(end.empty() ? 0 : DIAG_ERR_INVALID_ARG, [&p] { return p.build(); }),
-                  end.empty() ? "I2C tree building completed\n" : end);
+        platform &p =
+            make(list + " P@pcimem M@mem L@lpc G@gpio " + long_name + "@i2c-1 " + long_name + "@pci");
+        EXPECT_EQ(told(DIAG_ERR_INVALID_ARG, [&p] { return p.build(); }),
+                  end.empty() ? too_long_id + too_long_id + "I2C tree building completed\n" : end);
         EXPECT_EQ(shown(p.tree.pci) + shown(p.tree.mem) + shown(p.tree.lpc) + shown(p.tree.gpio) + p.on(1) +
                       p.on(3) + p.on(25),
-                  end.empty() ? "|P |M |L |G |" + long_name + " :|D :|D :" : ":::");
+                  end.empty() ? "|P |M |L |G :|D :|D :" : ":::");
     }
     set_verb_level(0);
 }
@@ -158,7 +161,7 @@ TEST(Tree, AFailedDescriptorDoesNotEndTheWalkAndTheLastStatusCounts)
               error_line(enter, "Configured interface num 25 is > max no of interfaces [24] configured\n") +
                   error_line(enter, "mux_type LTC4306 is invalid\n") +
                   error_line(walk, "Invalid device-id format. \n") +
-                  error_line(check, "Device id " + long_name + too_long));
+                  error_line(walk, "Device id " + long_name + too_long));
     EXPECT_EQ(p.on() + p.on(25), "[M2*] [D] :M2=-1 [M1*] :");
 }
 
@@ -178,6 +181,8 @@ TEST(Tree, RefusalsOfTheSingleSteps)
     EXPECT_EQ(add(&tree, p.devs.data(), nullptr, true, DIAG_ERR_INVALID_ARG), null);
     EXPECT_EQ(add(&tree, p.devs.data(), "M", true, DIAG_ERR_INVALID_ARG),
               error_line(check, "Proc info pointers should not be null for devid daemon\n"));
+    EXPECT_EQ(add(&tree, p.devs.data(), long_name.c_str(), false, DIAG_ERR_INVALID_ARG),
+              error_line(check, "Device id " + long_name + too_long));
     EXPECT_EQ(add(&tree, p.devs.data(), "M", false, 0), "");
     EXPECT_TRUE(node == tree.muxes && node->is_mux);
     node->dev = nullptr; // a registered mux without its descriptor

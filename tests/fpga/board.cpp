@@ -61,6 +61,8 @@ uint32_t __wrap_request_busbroker(busbroker_req_resp *req, tool_info *tool, cons
                                   const char *dev_name, uint32_t prio, uint32_t type, uint32_t ind)
 {
     const bool write = type == BB_REQ_WRITE;
+    free_req_texts(req);
+    req->data = strdup("released by the caller");
     uint8_t byte = write ? *req->write_data : uint8_t{0};
     fpga.steps +=
         text("%d %s %s prio %u type %u ind %u: %x=%x n%u w%u f%x c%x\n", tool != nullptr, dev_id, dev_name,

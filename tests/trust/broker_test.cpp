@@ -33,6 +33,11 @@ class Broker : public Calls {
         return request_busbroker(&req, tool, "cpu0", "fpga", 0, BB_REQ_READ, 5);
     }
 
+    ~Broker() override
+    {
+        free_req_texts(&req);
+    }
+
     void expect_good(tool_info *tool)
     {
         EXPECT_EQ(ask(tool), 0u);
