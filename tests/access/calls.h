@@ -3,18 +3,12 @@
 #ifndef TESTS_ACCESS_CALLS_H
 #define TESTS_ACCESS_CALLS_H
 
-#include <filesystem>
-#include <fstream>
 #include <regex>
-#include <sstream>
-#include <sys/wait.h>
 
 #include "support/capture.h"
 #include "support/sim_board.h"
 
-using diagtest::error_line;
 using bytes = std::vector<uint8_t>;
-using namespace std::string_literals;
 
 constexpr uint32_t minus_one = UINT32_MAX;
 constexpr uint8_t two[] = {0x01, 0xab};
@@ -44,7 +38,7 @@ inline std::string told_at(int verbosity, const std::string &told)
 
 class Calls : public testing::Test {
   protected:
-    diagtest::sim_board board;
+    sim_board board;
     std::string path = board.root + "/answer";
     const char *pipe = path.c_str();
     bytes data = bytes(1024, 0xee);
@@ -53,13 +47,12 @@ class Calls : public testing::Test {
     /// Calls the wrapper at each verbosity and expects what it tells at 3 as far as its level goes, its
     /// status, and that nothing stays behind.
     template <typename... P>
-    void expect(const std::string &told, uint32_t status, uint32_t (*wrapper)(P...),
+    void expect(const std::string &all, uint32_t status, uint32_t (*wrapper)(P...),
                 std::type_identity_t<P>... args)
     {
         for (int verbosity = 0; verbosity <= 3; verbosity++) {
             set_verb_level(verbosity);
-            EXPECT_EQ(diagtest::told(status, [&] { return wrapper(args...); }), told_at(verbosity, told))
-                << told;
+            EXPECT_EQ(told(status, [&] { return wrapper(args...); }), told_at(verbosity, all)) << all;
             EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1); // no child
             EXPECT_FALSE(std::filesystem::exists(path));  // no FIFO
         }

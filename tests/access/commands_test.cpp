@@ -7,8 +7,6 @@
 #include "busbroker/loopback.h"
 #include "support/sim_broker.h"
 
-namespace {
-
 using Commands = Calls;
 
 TEST_F(Commands, I2cWrites)
@@ -146,8 +144,7 @@ TEST_F(Commands, GpioLpcPciAndMemory)
 TEST_F(Commands, MemoryRefusals)
 {
     std::vector<uint64_t> many(501, 5);
-    const std::string head = "memtool --write --addr=0x00000010 --width=",
-                      list = "0x5" + diagtest::times(500, ",0x5");
+    const std::string head = "memtool --write --addr=0x00000010 --width=", list = "0x5" + times(500, ",0x5");
     for (const int width : {24, -16}) {
         expect(error_line("memtool_set", "Invalid width. Only 8, 16, 32 and 64 are supported widths.\n"),
                DIAG_ERR_FAILED, memtool_set, 0x10, width, many.data(), 1, 0);
@@ -199,15 +196,13 @@ TEST_F(Commands, AddressingWithoutData)
     expect(error_line("i2ctool_set_no_data", "invalid I2C bus path\n"), DIAG_ERR_INVALID_ARG,
            i2ctool_set_no_data, nullptr, 1, nullptr, 0x50);
 
-    const diagtest::sim_broker broker;
+    const sim_broker broker;
     device.req = &req;
-    device.tool = diagtest::start_client(broker.port, 1);
+    device.tool = start_client(broker.port, 1);
     EXPECT_EQ(i2ctool_set_no_data(&device, 0, nullptr, 0), 0u);
     EXPECT_EQ(board.commands().back(), "broker 3 i2c-3-0x50 rom ind=5 00000010,0001,00,00,ff support=,01");
     EXPECT_TRUE(*req.write_data == 0xff && *req.support_bytes == 0x01); // still there behind the call
     EXPECT_EQ(req.data, nullptr);                                       // released
     device.dev_id = "i2c-3-0x5f";
-    diagtest::told(DIAG_ERR_INVALID_ARG, [&] { return i2ctool_set_no_data(&device, 0, nullptr, 0); });
+    told(DIAG_ERR_INVALID_ARG, [&] { return i2ctool_set_no_data(&device, 0, nullptr, 0); });
 }
-
-} // namespace

@@ -1,15 +1,10 @@
 /* SPDX-License-Identifier: MIT */
+#include "support/capture.h"
 // The parsers of the IPMI wrappers and the packet error code, on text and bytes alone.
-#include <gtest/gtest.h>
-
-#include <boarddiag.h>
 
 #include "access/ipmi_text.h"
 
 using bytes = std::vector<uint8_t>;
-using namespace std::string_literals;
-
-namespace {
 
 TEST(IpmiText, PairsAnywhereInALine)
 {
@@ -87,5 +82,3 @@ TEST(Pec, KnownValues)
     add_pec(0xa0, buf, 0);
     EXPECT_EQ(buf[0], crc8(0, 0xa0));
 }
-
-} // namespace

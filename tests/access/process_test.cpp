@@ -1,10 +1,7 @@
 /* SPDX-License-Identifier: MIT */
 // Programs that are started without waiting for them.
-#include <cstdio>
 
 #include "access/calls.h"
-
-namespace {
 
 class Process : public Calls {
   protected:
@@ -39,13 +36,13 @@ TEST_F(Process, ArgumentVectors)
     for (const auto &c : cases) {
         EXPECT_EQ(c.call(program.c_str(), c.argument, c.extra), 0u);
         EXPECT_EQ(ended(), 0);
-        EXPECT_EQ(diagtest::text_of(path), c.expected + "[environment]");
+        EXPECT_EQ(text_of(path), c.expected + "[environment]");
     }
 }
 
 TEST_F(Process, NoProgram)
 {
-    EXPECT_EQ(diagtest::console_of([&] {
+    EXPECT_EQ(console_of([&] {
                   printf("of the parent\n"); // still in the buffer when the child is made
                   EXPECT_EQ(epoll_generic_get("/no/such/program", nullptr, nullptr), 0u);
                   EXPECT_EQ(ended(), 127);
@@ -54,5 +51,3 @@ TEST_F(Process, NoProgram)
     expect(error_line("epoll_generic_set", "Rx NULL pointers\n"), DIAG_ERR_FAILED, epoll_generic_set, nullptr,
            "x", nullptr);
 }
-
-} // namespace

@@ -2,8 +2,6 @@
 
 #include "support/capture.h"
 
-using diagtest::error_line;
-
 TEST(Bits, FieldsAndMasks)
 {
     const std::string refusal = error_line("prepare_mask", "Start bit is greater than end bit\n");
@@ -13,7 +11,7 @@ TEST(Bits, FieldsAndMasks)
                          row(32, 33, 0, 0), row(UINT32_MAX, UINT32_MAX, 0, 0), row(UINT32_MAX, 0, 0, 0)}) {
         const auto start = std::get<0>(c), end = std::get<1>(c);
         EXPECT_EQ(get_field_val(start, end, 0xdeadabcd), std::get<2>(c)) << start << ' ' << end;
-        EXPECT_EQ(diagtest::console_of([&] { EXPECT_EQ(prepare_mask(end, start), std::get<3>(c)); }),
+        EXPECT_EQ(console_of([&] { EXPECT_EQ(prepare_mask(end, start), std::get<3>(c)); }),
                   start <= end ? "" : refusal);
     }
     EXPECT_EQ(get_byte_field_val(0, 3, 0x1234), 4u);
@@ -38,7 +36,7 @@ TEST(Bits, ByteOrder)
 {
     EXPECT_EQ(reverse_bits(0xd4), 0x2b);
     set_verb_level(1);
-    const auto told = diagtest::console_of([] {
+    const auto told = console_of([] {
         EXPECT_EQ(byte_swap(0x11223344, 32), 0x44332211u);
         EXPECT_EQ(byte_swap(0x11223344, 16), 0x4433u);
         EXPECT_EQ(byte_swap(0x11223344, 8), 0x11223344u);

@@ -1,16 +1,10 @@
 /* SPDX-License-Identifier: MIT */
-#include <atomic>
 #include <chrono>
-#include <csignal>
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/time.h>
 #include <termios.h>
-#include <thread>
 
 #include "support/capture.h"
-
-namespace {
 
 void type(int fd, const std::string &text)
 {
@@ -65,8 +59,6 @@ std::thread operator_types(int fd, const std::string &text, bool (*ready)())
         type(fd, text);
     });
 }
-
-} // namespace
 
 TEST(Input, Terminal)
 {
@@ -127,6 +119,6 @@ TEST(Input, PipeFileAndClosedInput)
     EXPECT_EQ(wait_key_pressed(0), -1);
     ASSERT_EQ(pwrite(STDIN_FILENO, "k", 1, 0), 1); // a file may yet grow
     EXPECT_EQ(wait_key_pressed(0), 'k');
-    const auto report = diagtest::error_line("wait_key_pressed", "fcntl error\n");
-    EXPECT_EQ(diagtest::console_of([] { close(STDIN_FILENO), wait_in_vain(2); }), report + report);
+    const auto report = error_line("wait_key_pressed", "fcntl error\n");
+    EXPECT_EQ(console_of([] { close(STDIN_FILENO), wait_in_vain(2); }), report + report);
 }

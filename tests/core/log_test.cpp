@@ -1,13 +1,7 @@
 /* SPDX-License-Identifier: MIT */
-#include <thread>
 
 #include "core/report.h"
 #include "support/capture.h"
-
-using diagtest::capture;
-using diagtest::error_line;
-
-namespace {
 
 TEST(Log, EachSinkHasItsOwnThreshold)
 {
@@ -55,7 +49,7 @@ TEST(Log, ReportsOfThreadsDoNotMixOnTheConsole)
             });
         }
     });
-    EXPECT_EQ(told.console, diagtest::times(800, error_line("f", "m\n")));
+    EXPECT_EQ(told.console, times(800, error_line("f", "m\n")));
 }
 
 TEST(Log, SettingsAndFixedAnswers)
@@ -68,5 +62,3 @@ TEST(Log, SettingsAndFixedAnswers)
     EXPECT_EQ(capture([] { diag_syslog_init("again"), diag_syslog_close(); }).log,
               "<open again 8 136><close>");
 }
-
-} // namespace

@@ -1,19 +1,11 @@
 /* SPDX-License-Identifier: MIT */
-#include <cstdlib>
-#include <filesystem>
-#include <unistd.h>
 
 #include "support/capture.h"
 #include "support/sim_board.h"
 
-using diagtest::capture;
-using diagtest::error_line;
-
-namespace {
-
 TEST(Startup, VerbosityFromEnvironmentAndNvram)
 {
-    const diagtest::sim_board board;
+    const sim_board board;
     struct {
         const char *verb_level;
         uint8_t valid;
@@ -36,7 +28,7 @@ TEST(Startup, VerbosityFromEnvironmentAndNvram)
 
 TEST(Startup, OtherSettings)
 {
-    const diagtest::sim_board board;
+    const sim_board board;
     setenv("LOG_LEVEL", "7", 1);
     setenv("CONFIG_DEBUG", "", 1);
     setenv("DIAG_DEBUG", "5", 1);
@@ -71,7 +63,7 @@ TEST(Startup, OtherSettings)
 
 TEST(Startup, WhoQueriesHow)
 {
-    const diagtest::sim_board board;
+    const sim_board board;
     const std::string shared = "/tmp/nvram_pipe", own = shared + '_' + std::to_string(getpid()),
                       query = "nvramtool --query --pipe=";
     const std::pair<const char *, std::string> cases[] = {
@@ -89,5 +81,3 @@ TEST(Startup, WhoQueriesHow)
         EXPECT_FALSE(std::filesystem::exists(shared) || std::filesystem::exists(own));
     }
 }
-
-} // namespace

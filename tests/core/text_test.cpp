@@ -1,8 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-#include <cstring>
-#include <gtest/gtest.h>
-
-#include <boarddiag.h>
+#include "support/capture.h"
 
 TEST(Text, CharacterClasses)
 {

@@ -1,9 +1,6 @@
 /* SPDX-License-Identifier: MIT */
-#include <algorithm>
 
 #include "support/capture.h"
-
-using diagtest::console_of;
 
 // Each row ends with the notice, which is empty for what is valid.
 

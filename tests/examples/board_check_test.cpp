@@ -1,26 +1,20 @@
 /* SPDX-License-Identifier: MIT */
 // The example program on the sample board: each fault of the board fails just the checks that meet it.
-#include <fstream>
-#include <gtest/gtest.h>
 #include <set>
-#include <sstream>
 
 #include "support/sim_board.h"
 #include "support/sim_broker.h"
-
-namespace {
 
 using names = std::set<std::string>;
 
 class BoardCheck : public testing::Test {
   protected:
-    diagtest::sim_board board;
+    sim_board board;
 
     names failed_checks(const std::string &broker_xml = "")
     {
         board.clear_commands();
-        const auto result =
-            diagtest::run_shell(BOARD_CHECK " " + board.root + " " + broker_xml + " </dev/null");
+        const auto result = run_shell(BOARD_CHECK " " + board.root + " " + broker_xml + " </dev/null");
         names failed;
         std::istringstream lines(result.out);
         bool is_reason_due = false;
@@ -68,12 +62,10 @@ TEST_F(BoardCheck, EachFaultFailsTheChecksThatMeetIt)
 
 TEST_F(BoardCheck, ThroughTheBroker)
 {
-    const diagtest::sim_broker broker({"--ack-first=50", "--double=50"});
+    const sim_broker broker({"--ack-first=50", "--double=50"});
     const std::string path = board.root + "/broker.xml";
     std::ofstream(path) << "<broker><ip>127.0.0.1</ip><PortNo>" << broker.port
                         << "</PortNo><inetfamily>ipv4</inetfamily><maxsockcnt>8</maxsockcnt>"
                            "<sock_type>udp</sock_type></broker>";
     EXPECT_EQ(failed_checks(path), names{});
 }
-
-} // namespace

@@ -1,9 +1,6 @@
 /* SPDX-License-Identifier: MIT */
 #include "fpga/board.h"
 
-#include <cerrno>
-#include <unistd.h>
-
 template <typename... Args> static std::string text(const char *format, Args... args)
 {
     char buffer[160];

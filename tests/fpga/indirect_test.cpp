@@ -1,9 +1,6 @@
 /* SPDX-License-Identifier: MIT */
-#include <sstream>
 
 #include "fpga/board.h"
-
-namespace {
 
 struct indirect_case {
     bool write;
@@ -20,7 +17,7 @@ struct indirect_case {
     }
     std::string line(const std::string &message) const
     {
-        return diagtest::error_line(write ? "lpctool_indr_write" : "lpctool_indr_read", message);
+        return error_line(write ? "lpctool_indr_write" : "lpctool_indr_read", message);
     }
 };
 
@@ -98,13 +95,12 @@ TEST(Indirect, TracesThreeCommandBytesAndRefusesWhatIsNotACommand)
         indirect_case c{.write = write};
         const std::string null = c.line(write ? "Null pointers\n" : "Null pointers");
         c.info.cmd_len = 0;
-        for (const int level : {3, 2}) {
-            set_verb_level(level);
-            EXPECT_EQ(c.run(0, &c.info)
-                          .starts_with("LI:Dev ID= 42\nLI:Opcode= c\nLI:Data len= 3\nLI:Cmd len= 0\n"
-                                       "LI:Cmd[0]= 7\nLI:Cmd[1]= 8\nLI:Cmd[2]= 9\n\nreg"),
-                      level == 3);
-        }
+        set_verb_level(2);
+        EXPECT_EQ(c.run(0, &c.info).find("LI:"), std::string::npos);
+        set_verb_level(3);
+        EXPECT_TRUE(c.run(0, &c.info)
+                        .starts_with("LI:Dev ID= 42\nLI:Opcode= c\nLI:Data len= 3\nLI:Cmd len= 0\n"
+                                     "LI:Cmd[0]= 7\nLI:Cmd[1]= 8\nLI:Cmd[2]= 9\n\nreg"));
         fpga = {};
         c.info.cmd_len = 4;
         EXPECT_EQ(c.run(DIAG_ERR_INVALID_ARG, &c.info), c.line("Invalid command length 4, at most 3\n"));
@@ -114,5 +110,3 @@ TEST(Indirect, TracesThreeCommandBytesAndRefusesWhatIsNotACommand)
         EXPECT_EQ(fpga.accesses, "");
     }
 }
-
-} // namespace

@@ -1,8 +1,6 @@
 /* SPDX-License-Identifier: MIT */
 #include "fpga/board.h"
 
-namespace {
-
 struct access_case {
     bool read;
     uint8_t busbroker;
@@ -53,8 +51,8 @@ TEST(Mailbox, AFailedStepEndsTheAccessAndIsToldInThePathsOwnWords)
         fpga.failures[0] = 30;
         access_case c{.read = n % 2 != 0, .busbroker = static_cast<uint8_t>(n % 4 / 2)};
         const auto &message = messages[c.read && fpga.failing_step == 2 ? 3 : fpga.failing_step];
-        EXPECT_EQ(c.run(30), diagtest::error_line(c.read ? "lpctool_get_mbox" : "lpctool_set_mbox",
-                                                  message + (c.busbroker != 0 ? "30\n" : "1e\n")));
+        EXPECT_EQ(c.run(30), error_line(c.read ? "lpctool_get_mbox" : "lpctool_set_mbox",
+                                        message + (c.busbroker != 0 ? "30\n" : "1e\n")));
         EXPECT_TRUE(fpga.step == 0 && fpga.count == 1 && c.data == 0x77) << fpga.steps;
     }
 }
@@ -72,5 +70,3 @@ TEST(Mailbox, DevicesAreFoundByNumberOrByTheBeginningOfTheirName)
                   "No devices found in the dev list\n");
     }
 }
-
-} // namespace

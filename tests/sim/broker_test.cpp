@@ -4,10 +4,6 @@
 #include "support/sim_board.h"
 #include "support/sim_broker.h"
 
-using namespace diagtest;
-
-namespace {
-
 struct bus_request {
     std::string dev_id = {}, dev_name = {};
     uint32_t type = 0;
@@ -201,5 +197,3 @@ TEST_F(SimBroker, TakesNoWrongCommandLine)
         EXPECT_TRUE(run.err.ends_with("; see boardsim broker --help\n")) << run.err;
     }
 }
-
-} // namespace

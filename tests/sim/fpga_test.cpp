@@ -3,13 +3,11 @@
 #include "support/capture.h"
 #include "support/sim_board.h"
 
-namespace {
-
 using bytes = std::vector<uint8_t>;
 
 class Fpga : public testing::Test {
   protected:
-    diagtest::sim_board board;
+    sim_board board;
 
     void set(const std::string &settings)
     {
@@ -66,5 +64,3 @@ TEST_F(Fpga, FailsTheAccessesThatItsSettingsName)
         EXPECT_EQ(access("200"), "- ") << wrong;
     }
 }
-
-} // namespace

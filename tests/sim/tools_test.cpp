@@ -1,14 +1,9 @@
 /* SPDX-License-Identifier: MIT */
 // The simulated board and its tools, run as the library runs them.
-#include <gtest/gtest.h>
 
 #include "support/sim_board.h"
 
-using namespace diagtest;
-
 using bytes = std::vector<uint8_t>;
-
-namespace {
 
 constexpr int usage = 2 << 8;
 constexpr int device = 1 << 8;
@@ -207,5 +202,3 @@ TEST(Faults, AMalformedLineIsTold)
         EXPECT_EQ(board.image("gpio/0.bin", 1, 1), std::vector<uint8_t>{1});
     }
 }
-
-} // namespace

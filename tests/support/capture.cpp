@@ -2,12 +2,10 @@
 #include "support/capture.h"
 
 #include <cstdarg>
-#include <cstdio>
 #include <mutex>
 #include <regex>
 #include <sys/mman.h>
 #include <syslog.h>
-#include <unistd.h>
 #include <utility>
 
 namespace {

@@ -1,11 +1,28 @@
 /* SPDX-License-Identifier: MIT */
-// What every test of the library starts from: the test framework, the public header, and a capture of what
-// the library tells: standard output, and the calls of the system log, for which this stands in at link time.
+// What every test of the library starts from: the test framework, the public header, what most tests use of
+// the standard library, and a capture of what the library tells: standard output, and the calls of the system
+// log, for which this stands in at link time.
 #ifndef TESTS_SUPPORT_CAPTURE_H
 #define TESTS_SUPPORT_CAPTURE_H
 
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
 #include <functional>
+#include <map>
+#include <sstream>
 #include <string>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -37,5 +54,8 @@ std::string error_line(const std::string &function, const std::string &message);
 std::string times(int n, const std::string &text);
 
 } // namespace diagtest
+
+using namespace diagtest;
+using namespace std::string_literals;
 
 #endif

@@ -3,8 +3,6 @@
 #ifndef TESTS_SUPPORT_FRAMED_H
 #define TESTS_SUPPORT_FRAMED_H
 
-#include <cstring>
-
 #include "support/capture.h"
 
 namespace diagtest {

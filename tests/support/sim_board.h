@@ -3,16 +3,7 @@
 #ifndef TESTS_SUPPORT_SIM_BOARD_H
 #define TESTS_SUPPORT_SIM_BOARD_H
 
-#include <cstdio>
-#include <cstdlib>
-#include <fcntl.h>
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <sstream>
-#include <string>
-#include <unistd.h>
-#include <vector>
+#include "support/capture.h"
 
 namespace diagtest {
 

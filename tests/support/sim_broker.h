@@ -3,12 +3,7 @@
 #ifndef TESTS_SUPPORT_SIM_BROKER_H
 #define TESTS_SUPPORT_SIM_BROKER_H
 
-#include <cerrno>
-#include <csignal>
-#include <cstdio>
-#include <map>
-#include <string>
-#include <vector>
+#include "support/capture.h"
 
 namespace diagtest {
 

@@ -1,18 +1,8 @@
 /* SPDX-License-Identifier: MIT */
-#include <atomic>
-#include <cerrno>
 #include <chrono>
 #include <cmath>
-#include <csignal>
-#include <thread>
 
 #include "support/capture.h"
-
-using diagtest::console_of;
-using diagtest::error_line;
-using diagtest::told;
-
-namespace {
 
 void count(void *arg)
 {
@@ -164,5 +154,3 @@ TEST(WaitforTimeout, NothingToWaitFor)
     timer_delete(timer);
     EXPECT_EQ(console_of([&] { waitfor_timeout(timer, 1); }), refused);
 }
-
-} // namespace

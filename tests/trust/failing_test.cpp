@@ -2,23 +2,14 @@
 // Failing calls: each call of the C library that an operation makes fails in turn, once, for good, or by a
 // signal, and so does each allocation. What is told and returned, that nothing is left, and that the
 // operation then succeeds on the same state.
-#include <cerrno>
-#include <csignal>
-#include <fcntl.h>
-#include <map>
 #include <poll.h>
 #include <set>
 #include <spawn.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
 
 #include "busbroker/loopback.h"
 #include "support/sim_board.h"
 
 namespace fs = std::filesystem;
-using namespace std::string_literals;
-using diagtest::error_line;
-using diagtest::forget_requests;
 
 namespace {
 
@@ -148,7 +139,7 @@ int run_with(const operation &op, int n, const std::string &plan, std::set<std::
     const size_t before = descriptors();
     uint32_t status = 0;
     world = {0, n, plan, 0, "", {}};
-    const std::string told = diagtest::console_of([&] {
+    const std::string told = console_of([&] {
         world.watched = op.watched;
         status = op.run();
         world.watched = 0;
@@ -204,7 +195,7 @@ outcome error(uint32_t status, const std::string &function, const std::string &m
 
 TEST(FailingCalls, OfAccesses)
 {
-    const diagtest::sim_board board;
+    const sim_board board;
     const std::string path = board.root + "/answer", get = "i2ctool_get";
     std::array<uint8_t, 16> data{};
     const outcome unopened = error(unusable, get, "Could Not open End of i2c Pipe (" + path + ") [/]\n"),
@@ -260,7 +251,7 @@ TEST(FailingCalls, OfAccesses)
 
 TEST(FailingCalls, OfSocketsAndThreads)
 {
-    tool_info *tool = diagtest::new_client(), *other = diagtest::new_client();
+    tool_info *tool = new_client(), *other = new_client();
     const std::string threads = "create_sock_threads",
                       closing =
                           error_line(threads, "Socket creation failed for the tool id = 3 & inst id = 1\n");
@@ -349,7 +340,7 @@ TEST(FailingCalls, OfTimers)
                 waitfor_timeout(timer, 0.01);
             }
             timer_delete(timer);
-            EXPECT_EQ(diagtest::text_of("/proc/self/timers"), "");
+            EXPECT_EQ(text_of("/proc/self/timers"), "");
             return status;
         };
         sweep({init, run, mode == 0 ? "" : "Timer created succesfully\n", failures[mode], "",
@@ -376,7 +367,7 @@ const outcome no_data = error(no_memory, "update_request", "Couldn't allocate me
 
 TEST(FailingMemory, Requests)
 {
-    tool_info *tool = diagtest::new_client();
+    tool_info *tool = new_client();
     busbroker_req_resp req = read_request(1);
     sweep_memory("request_busbroker", {no_data, no_support, no_frame, no_room}, [&](bool) {
         const uint32_t id = req.transac_id;
@@ -391,7 +382,7 @@ TEST(FailingMemory, Requests)
 
 TEST(FailingMemory, Responses)
 {
-    const std::string frame = diagtest::response_frame({7, 0, ""}, "Success");
+    const std::string frame = response_frame({7, 0, ""}, "Success");
     std::vector<outcome> drops;
     for (const std::string step : {"header_proc", "header_proc", "dev_id_len_proc", "dev_id_proc",
                                    "dev_name_len_proc", "dev_name_proc", "", "", "support_data_copy"}) {
@@ -399,7 +390,7 @@ TEST(FailingMemory, Responses)
                                      : error(no_memory, "busbroker_req_resp_" + step, "Mem alloc fail\n"));
     }
     static bool delivered;
-    tool_info *tool = diagtest::new_client();
+    tool_info *tool = new_client();
     tool->rx_complete = [](tool_info *, void *, busbroker_req_resp *) {
         delivered = true;
         return 0u;
@@ -492,7 +483,7 @@ TEST(FailingMemory, TreesAndDynamicIdentifiers)
 
 TEST(FailingMemory, MemoryWritesFileNamesAndTimeoutCalls)
 {
-    const diagtest::sim_board board;
+    const sim_board board;
     const std::string path = board.root + "/answer", base = board.root + "/config";
     const uint8_t byte = 5;
     uint8_t data[2] = {};

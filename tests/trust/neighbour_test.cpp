@@ -1,9 +1,6 @@
 /* SPDX-License-Identifier: MIT */
 // Other users of the machine: what they put at a FIFO's path, before a call or in the middle of it, texts
 // that a shell reads, and datagrams from strangers.
-#include <fcntl.h>
-#include <fstream>
-#include <sys/stat.h>
 
 #include "access/calls.h"
 #include "busbroker/loopback.h"
@@ -21,8 +18,6 @@ int __wrap_open64(const char *path, int flags)
     }
     return __real_open64(path, flags);
 }
-
-namespace {
 
 constexpr uid_t neighbour = 65534;
 
@@ -49,10 +44,10 @@ class Neighbour : public Calls {
     /// Reads a byte of the EEPROM, which comes only with status 0; what is told.
     std::string read(uint32_t status)
     {
-        const std::string told =
-            diagtest::told(status, [&] { return i2ctool_get("3", 0x50, 0, &reg8_data8, 1, pipe, dest); });
+        const std::string all =
+            told(status, [&] { return i2ctool_get("3", 0x50, 0, &reg8_data8, 1, pipe, dest); });
         EXPECT_EQ(got(2), (bytes{status == 0 ? uint8_t{'B'} : uint8_t{0xee}, 0xee}));
-        return told;
+        return all;
     }
 
     void expect_good()
@@ -60,7 +55,7 @@ class Neighbour : public Calls {
         fs::remove(path);
         EXPECT_EQ(read(0), "");
         EXPECT_FALSE(fs::exists(fs::symlink_status(path)));
-        EXPECT_EQ(diagtest::text_of(secret), "mine");
+        EXPECT_EQ(text_of(secret), "mine");
     }
 };
 
@@ -106,15 +101,15 @@ TEST_F(Neighbour, WhatTakesTheFifosPlaceBeforeItIsOpenedIsNotRead)
 TEST_F(Neighbour, TextsOfCallersReachTheShell)
 {
     const std::string mark = board.root + "/mark", bus = "3;touch " + mark + ";:";
-    diagtest::console_of([&] { i2ctool_get(bus.c_str(), 0x50, 0, &reg8_data8, 0, pipe, dest); });
+    console_of([&] { i2ctool_get(bus.c_str(), 0x50, 0, &reg8_data8, 0, pipe, dest); });
     EXPECT_TRUE(fs::exists(mark));
     expect_good();
 }
 
 TEST_F(Neighbour, DatagramsOfStrangersAreNotSeen)
 {
-    const tool_info *broker = diagtest::new_client(), *stranger = diagtest::new_client();
-    tool_info *tool = diagtest::new_client();
+    const tool_info *broker = new_client(), *stranger = new_client();
+    tool_info *tool = new_client();
     tool->sock_cfg.port = ntohs(broker->sock_cfg.sock_addr.sin_port);
     ASSERT_EQ(create_socket(&tool->sock_cfg, &tool->sock_fd, 1), 0u);
     sockaddr_in address{};
@@ -126,5 +121,3 @@ TEST_F(Neighbour, DatagramsOfStrangersAreNotSeen)
     EXPECT_EQ(receive_from_socket(tool), 0u);
     EXPECT_STREQ(reinterpret_cast<char *>(tool->rx_buf), "answer");
 }
-
-} // namespace

@@ -1,16 +1,10 @@
 /* SPDX-License-Identifier: MIT */
 // What goes wrong around a program: each fault of tools, folders and descriptors against each device wrapper.
 // It is told, nothing is left or written beyond its place, and the next access is good.
-#include <algorithm>
 #include <array>
-#include <csignal>
-#include <fcntl.h>
 #include <sys/resource.h>
-#include <thread>
 
 #include "access/calls.h"
-
-namespace {
 
 constexpr bool emulated = EMULATED; // another processor, by an emulator
 constexpr size_t most_bytes = 1068; // of an answer
@@ -126,7 +120,7 @@ class World : public Calls {
         std::vector<result> results(all.size());
         struct sigaction before = {}, now = {};
         sigaction(SIGINT, nullptr, &before);
-        told = diagtest::console_of([&] {
+        told = console_of([&] {
             begin();
             std::vector<std::jthread> threads;
             for (size_t i = 0; i < all.size(); i++) {
@@ -250,5 +244,3 @@ TEST_F(World, NoDescriptorLeft)
         },
         [](const wrapper &w) { return refused(w, w.open_failed); }, true);
 }
-
-} // namespace
