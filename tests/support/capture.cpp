@@ -91,6 +91,13 @@ std::string error_line(const std::string &function, const std::string &message)
     return "ERROR: " + function + "[#]: ERROR: " + message;
 }
 
+std::string text_of(const std::string &path)
+{
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
+}
+
 std::string times(int n, const std::string &text)
 {
     return n > 0 ? text + times(n - 1, text) : "";

@@ -50,6 +50,9 @@ std::string told(uint32_t status, const std::function<uint32_t()> &call);
 /// An error report as it stands on the console: error_line("f", "m\n") is "ERROR: f[#]: ERROR: m\n".
 std::string error_line(const std::string &function, const std::string &message);
 
+/// What a file holds.
+std::string text_of(const std::string &path);
+
 /// The text n times in a row.
 std::string times(int n, const std::string &text);
 

@@ -17,14 +17,6 @@ inline std::string make_root()
     return name;
 }
 
-/// What a file holds.
-inline std::string text_of(const std::string &path)
-{
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
-
 /// What a program's run told.
 struct run_result {
     int status; // as system() gives it

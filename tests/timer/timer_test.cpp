@@ -4,59 +4,34 @@
 
 #include "support/capture.h"
 
-void count(void *arg)
-{
-    static_cast<std::atomic<int> *>(arg)->fetch_add(1);
-}
-
 void tick(int times)
 {
     for (int i = 0; i < times; i++) {
-        timeout_calls();
+        timer_handler(SIGALRM);
     }
 }
 
-void block_only_usr1()
+TEST(TimeoutCalls, ListsRunOnTheirTicksAndLeaveErrnoAlone)
 {
-    sigset_t mask;
-    sigemptyset(&mask);
-    sigaddset(&mask, SIGUSR1);
-    sigprocmask(SIG_SETMASK, &mask, nullptr);
-}
-
-/// 1 when SIGUSR1 is blocked, 2 when SIGALRM is, the sum when both are.
-int blocked()
-{
-    sigset_t mask;
-    sigprocmask(SIG_SETMASK, nullptr, &mask);
-    return sigismember(&mask, SIGUSR1) + 2 * sigismember(&mask, SIGALRM);
-}
-
-TEST(TimeoutCalls, ListsRunOnTheirTicks)
-{
-    static std::atomic<int> never{0}, every{0}, tenth{0}, other{0};
-    static std::string order;
+    static std::string calls;
+    static char letters[] = "nbatu";
+    const int32_t types[] = {0, 1, 1, 5, -1};
+    const auto note = [](void *letter) { calls += *static_cast<char *>(letter), errno = EBADF; };
     tick(10); // an empty list 2 sets the counter back all the same
-    EXPECT_TRUE(register_timeout_calls(0, count, &never));
-    EXPECT_TRUE(register_timeout_calls(1, count, &every));
-    EXPECT_TRUE(register_timeout_calls(5, count, &tenth));
-    EXPECT_TRUE(register_timeout_calls(-1, count, &other));
-    register_timeout_calls(1, nullptr, &order);
-    register_timeout_calls(
-        1, [](void *arg) { *static_cast<std::string *>(arg) += 'b'; }, &order);
-    register_timeout_calls(
-        1, [](void *arg) { *static_cast<std::string *>(arg) += 'a'; }, &order);
+    register_timeout_calls(1, nullptr, nullptr);
+    for (size_t i = 0; i < std::size(types); i++) {
+        EXPECT_TRUE(register_timeout_calls(types[i], note, &letters[i]));
+    }
     EXPECT_NE(time_out_calls_list[0], nullptr);
-    tick(9);
-    EXPECT_EQ(tenth, 0);
-    tick(16);
-    EXPECT_EQ(never, 0);
-    EXPECT_EQ(every, 25);
-    EXPECT_EQ(tenth, 2);
-    EXPECT_EQ(other, 2);
-    EXPECT_EQ(order.substr(0, 4), "baba");
-    tick(5); // the counter stood at 5
-    EXPECT_EQ(tenth, 3);
+    errno = EDOM;
+    tick(30);
+    EXPECT_EQ(errno, EDOM);
+    EXPECT_EQ(calls, times(3, times(10, "ba") + "tu"));
+}
+
+void count(void *arg)
+{
+    static_cast<std::atomic<int> *>(arg)->fetch_add(1);
 }
 
 TEST(TimeoutCalls, RegistrationsAndTicksOfThreadsMeetUnharmed)
@@ -68,8 +43,8 @@ TEST(TimeoutCalls, RegistrationsAndTicksOfThreadsMeetUnharmed)
             timeout_calls();
         }
     });
-    auto register_many = [] {
-        for (int n = 0; n < 300; n++) {
+    const auto register_many = [] {
+        for (int n = 0; n < 1500; n++) {
             register_timeout_calls(1, count, &runs);
         }
     };
@@ -80,30 +55,39 @@ TEST(TimeoutCalls, RegistrationsAndTicksOfThreadsMeetUnharmed)
     ticking.join();
     runs = 0;
     tick(1);
-    EXPECT_EQ(runs, 600);
+    EXPECT_EQ(runs, 3000);
 }
 
-TEST(TimeoutCalls, HandlerLeavesErrnoAlone)
-{
-    register_timeout_calls(
-        1, [](void *) { errno = EBADF; }, nullptr);
-    errno = EDOM;
-    timer_handler(SIGALRM);
-    EXPECT_EQ(errno, EDOM);
-}
-
-TEST(InitTimer, PeriodicTimerTicksAndBlocksNothing)
+TEST(InitTimer, PeriodicTimerTicksAndBlocksNothingAndARefusedOneLeavesAllAsItWas)
 {
     static std::atomic<int> runs{0};
     register_timeout_calls(1, count, &runs);
-    block_only_usr1();
-    timer_t timer = nullptr;
-    ASSERT_EQ(init_timer(1, &timer, 0), 0u);
-    EXPECT_EQ(blocked(), 0);
+    sigset_t mask = {}, after = {}, none = {};
+    sigaddset(&mask, SIGUSR1);
+    sigprocmask(SIG_SETMASK, &mask, nullptr);
+    set_verb_level(2);
+    int marker = 0;
+    timer_t timer = &marker;
+    for (const int32_t type : {3, -1}) {
+        EXPECT_EQ(told(DIAG_ERR_INVALID_ARG, [&] { return init_timer(1, &timer, type); }),
+                  "Only 1mSec, 16mSec, 1Sec timeout types are supported\n");
+        EXPECT_EQ(timer, nullptr);
+    }
+    EXPECT_EQ(text_of("/proc/self/timers"), "");
+    sigprocmask(SIG_SETMASK, nullptr, &after);
+    EXPECT_EQ(memcmp(&after, &mask, sizeof mask), 0);
+    timer = &marker;
+    EXPECT_EQ(init_timer(7, &timer, 1), 0u);
+    EXPECT_EQ(timer, nullptr);
+    EXPECT_EQ(told(DIAG_ERR_INVALID_ARG, [] { return init_timer(0, nullptr, 0); }),
+              error_line("init_timer", "NULL pointer received as timer\n"));
+
+    EXPECT_EQ(told(0, [&] { return init_timer(1, &timer, 0); }), "");
+    sigprocmask(SIG_SETMASK, nullptr, &after);
+    EXPECT_EQ(memcmp(&after, &none, sizeof none), 0);
     struct sigaction action = {};
     sigaction(SIGALRM, nullptr, &action);
-    EXPECT_EQ(action.sa_handler, timer_handler);
-    EXPECT_EQ(action.sa_flags & SA_RESTART, 0);
+    EXPECT_TRUE(action.sa_handler == timer_handler && (action.sa_flags & SA_RESTART) == 0);
     itimerspec period = {};
     timer_gettime(timer, &period);
     EXPECT_EQ(period.it_interval.tv_nsec, 1'000'000);
@@ -112,43 +96,18 @@ TEST(InitTimer, PeriodicTimerTicksAndBlocksNothing)
     }
 }
 
-TEST(InitTimer, FailuresLeaveNoTimerAndTheMaskAsItWas)
-{
-    block_only_usr1();
-    int marker = 0;
-    timer_t timer = &marker;
-    EXPECT_EQ(told(DIAG_ERR_INVALID_ARG, [&] { return init_timer(1, &timer, 3); }),
-              "Only 1mSec, 16mSec, 1Sec timeout types are supported\n");
-    EXPECT_EQ(timer, nullptr);
-    EXPECT_EQ(blocked(), 1);
-    EXPECT_EQ(init_timer(1, &timer, -1), DIAG_ERR_INVALID_ARG);
-    timer = &marker;
-    EXPECT_EQ(init_timer(7, &timer, 1), 0u);
-    EXPECT_EQ(timer, nullptr);
-    EXPECT_EQ(told(DIAG_ERR_INVALID_ARG, [] { return init_timer(0, nullptr, 0); }),
-              error_line("init_timer", "NULL pointer received as timer\n"));
-}
-
 TEST(WaitforTimeout, LastsAsLongAsToldThroughInterruptions)
 {
-    timer_t ticking = nullptr;
-    ASSERT_EQ(init_timer(1, &ticking, 0), 0u);
-    timer_t timer = nullptr;
-    ASSERT_EQ(init_timer(0, &timer, 0), 0u);
+    timer_t ticking = nullptr, timer = nullptr;
+    ASSERT_EQ(init_timer(1, &ticking, 0) | init_timer(0, &timer, 0), 0u);
     const auto start = std::chrono::steady_clock::now();
     waitfor_timeout(timer, 0.2);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
-}
-
-TEST(WaitforTimeout, NothingToWaitFor)
-{
-    timer_t timer = nullptr;
-    ASSERT_EQ(init_timer(0, &timer, 0), 0u);
     const itimerspec armed = {{}, {3600, 0}};
     timer_settime(timer, 0, &armed, nullptr);
     EXPECT_EQ(console_of([&] { waitfor_timeout(timer, 0); }), "");
     const std::string refused = error_line("waitfor_timeout", "Failed to set time to timer with id\n");
-    for (double seconds : {-0.5, -7.0, -HUGE_VAL, std::nan("")}) {
+    for (const double seconds : {-0.5, -7.0, -HUGE_VAL, std::nan("")}) {
         EXPECT_EQ(console_of([&] { waitfor_timeout(timer, seconds); }), refused) << seconds;
     }
     timer_delete(timer);
