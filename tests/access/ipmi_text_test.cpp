@@ -1,8 +1,7 @@
 /* SPDX-License-Identifier: MIT */
-#include "support/capture.h"
 // The parsers of the IPMI wrappers and the packet error code, on text and bytes alone.
-
 #include "access/ipmi_text.h"
+#include "support/capture.h"
 
 using bytes = std::vector<uint8_t>;
 
@@ -44,6 +43,7 @@ bytes pairs_of(taker take, const std::string &text, size_t room)
 
 TEST(IpmiText, PairsAtTheirPlaces)
 {
+    const bytes counted{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 0x10, 0x11, 0};
     struct {
         std::string text;
         bytes lines, block;
@@ -57,15 +57,12 @@ TEST(IpmiText, PairsAtTheirPlaces)
         {" -1 +a zz x1\n", {0xff, 0x0a, 0, 0}, {0xff, 0x0a, 0, 0}}, // as strtol() reads them
         {" 1a 2b 3c", {0x1a}, {0x1a}},
         {"", {0, 0}, {0, 0}},
+        {" 00 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f\n 10 11\n", counted, counted},
     };
     for (const auto &c : cases) {
         EXPECT_EQ(pairs_of(boarddiag::take_lines, c.text, c.lines.size()), c.lines) << c.text;
         EXPECT_EQ(pairs_of(boarddiag::take_block, c.text, c.block.size()), c.block) << c.text;
     }
-    const std::string line = " 00 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f\n";
-    const bytes expected{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 0x10, 0x11, 0};
-    EXPECT_EQ(pairs_of(boarddiag::take_block, line + " 10 11\n", expected.size()), expected);
-    EXPECT_EQ(pairs_of(boarddiag::take_lines, line + " 10 11\n", expected.size()), expected);
 }
 
 TEST(Pec, KnownValues)
@@ -77,8 +74,7 @@ TEST(Pec, KnownValues)
     EXPECT_EQ(crc, 0xf4);
     uint8_t buf[] = {0x10, 0x01, 0xee, 0xee};
     EXPECT_EQ(add_pec(0xa0, buf, 2), 0u);
-    EXPECT_EQ(buf[2], 0x18);
-    EXPECT_EQ(buf[3], 0xee);
+    EXPECT_TRUE(buf[2] == 0x18 && buf[3] == 0xee);
     add_pec(0xa0, buf, 0);
     EXPECT_EQ(buf[0], crc8(0, 0xa0));
 }
