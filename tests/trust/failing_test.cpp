@@ -2,7 +2,9 @@
 // Failing calls: each call of the C library that an operation makes fails in turn, once, for good, or by a
 // signal, and so does each allocation. What is told and returned, that nothing is left, and that the
 // operation then succeeds on the same state.
+#include <deque>
 #include <poll.h>
+#include <regex>
 #include <set>
 #include <spawn.h>
 
@@ -123,8 +125,8 @@ struct operation {
     std::string name;
     std::function<uint32_t()> run;
     std::string told_if_good;
-    std::map<std::string, outcome> failures; // by what fails first; "x#1!": and those behind fail, too
-    std::string fifo = {};                   // what it makes; stays only when it could not be opened
+    std::vector<std::pair<std::string, outcome>> failures; // by what fails first; "x#1!": all behind it, too
+    std::string fifo = {};                                 // what it makes; stays only when it was not opened
     unsigned watched = plain | returned | interruptible;
 };
 
@@ -145,9 +147,11 @@ int run_with(const operation &op, int n, const std::string &plan, std::set<std::
         world.watched = 0;
     });
     SCOPED_TRACE(op.name + ", " + plan.substr(0, 3) + " from " + world.first);
-    auto found = op.failures.find(world.first + (plan.size() > 2 ? "!" : ""));
-    found = found == op.failures.end() ? op.failures.find(world.first) : found;
-    const bool fails = found != op.failures.end() && plan[0] == 'f';
+    const std::string first = world.first + (plan.size() > 2 ? "!" : "");
+    const auto found = std::ranges::find_if(op.failures, [&](const auto &failure) {
+        return plan.starts_with('f') && std::regex_match(first, std::regex(failure.first));
+    });
+    const bool fails = found != op.failures.end();
     const outcome expected = fails ? found->second : outcome{0, op.told_if_good};
     met->insert(fails ? found->first : "");
     EXPECT_EQ(status, expected.status) << told;
@@ -180,7 +184,7 @@ void sweep_memory(const std::string &name, const std::vector<outcome> &failures,
 {
     operation op = {name, [&] { return run(world.plan.empty()); }, "", {}, "", of_memory};
     for (const outcome &failure : failures) {
-        op.failures["memory#" + std::to_string(op.failures.size() + 1)] = failure;
+        op.failures.emplace_back("memory#" + std::to_string(op.failures.size() + 1), failure);
     }
     sweep(op, {"f"});
 }
@@ -215,30 +219,21 @@ TEST(FailingCalls, OfAccesses)
            },
            "1 bytes read from the fifo\n",
            {{"mkfifo#1!", error(unusable, get, "Error Creating I2C pipe " + path + "\n")},
-            {"open64#1", unopened},
-            {"fstat64#1", unopened},
-            {"posix_spawnattr_init#1!", no_process},
-            {"posix_spawnp#1!", no_process},
+            {"(open64|fstat64)#1!?", unopened},
+            {"posix_.*!", no_process},
             {"read#1!", {0, "-1 bytes read from the fifo\n"}}},
            path});
     sweep({"ipmitool2_get",
            [&] { return ipmitool2_get(6, 1, 0, nullptr, 15, data.data()); },
            "15 bytes read from the fifo\n",
-           {{"pipe2#1", unstarted},
-            {"posix_spawn_file_actions_init#1!", unstarted},
-            {"posix_spawn_file_actions_adddup2#1!", unstarted},
-            {"posix_spawnattr_init#1!", unstarted},
-            {"posix_spawnp#1!", unstarted},
-            {"read#1", {minus_one, "Error Reading 0 bytes from IPMII2C\n"}}}});
+           {{"pipe2#1!?|posix_.*!", unstarted},
+            {"read#1!?", {minus_one, "Error Reading 0 bytes from IPMII2C\n"}}}});
     sweep({"ipmitool_set",
            [] {
                return ipmitool_set("0-3", 0x50, 0, &reg8_data8, reinterpret_cast<const uint8_t *>("B"), 1, 0);
            },
            " > /dev/null\n",
-           {{"posix_spawn_file_actions_init#1!", unwritten},
-            {"posix_spawn_file_actions_addopen#1!", unwritten},
-            {"posix_spawnattr_init#1!", unwritten},
-            {"posix_spawnp#1!", unwritten}}});
+           {{"posix_.*!", unwritten}}});
     sweep({"epoll_generic_set",
            [] {
                const uint32_t status = epoll_generic_set("/bin/true", nullptr, nullptr);
@@ -246,7 +241,7 @@ TEST(FailingCalls, OfAccesses)
                return status;
            },
            "",
-           {{"fork#1", error(unusable, "epoll_generic_set", "Couldn't fork\n")}}});
+           {{"fork#1!?", error(unusable, "epoll_generic_set", "Couldn't fork\n")}}});
 }
 
 TEST(FailingCalls, OfSocketsAndThreads)
@@ -276,10 +271,9 @@ TEST(FailingCalls, OfSocketsAndThreads)
                  return status;
              },
              " created successfully\n",
-             {{"socket#1", {invalid, error_line("create_socket", "Socket creation error \n") + closing}},
-              {connects != 0 ? "connect#1" : "bind#1", unopened},
-              {"pthread_create#1", no_thread},
-              {"pthread_create#2", no_thread}}});
+             {{"socket#1!?", {invalid, error_line("create_socket", "Socket creation error \n") + closing}},
+              {connects != 0 ? "connect#1!?" : "bind#1!?", unopened},
+              {"pthread_create.*", no_thread}}});
     }
 
     tool->tx_pid = getpid(); // the caller itself sends
@@ -296,7 +290,7 @@ TEST(FailingCalls, OfSocketsAndThreads)
                return status;
            },
            queued,
-           {{"sendto#1",
+           {{"sendto#1!?",
              {0, error_line("sock_tx_thread", "Error while trying to send data with errcode 105\n") +
                      queued}}}});
     sweep({"receive_from_socket",
@@ -307,22 +301,22 @@ TEST(FailingCalls, OfSocketsAndThreads)
                return receive_from_socket(tool);
            },
            "",
-           {{"recvfrom#1", error(invalid, "receive_from_socket",
-                                 "Error while rx data from socket , failed with err code 12\n")}}});
+           {{"recvfrom#1!?", error(invalid, "receive_from_socket",
+                                   "Error while rx data from socket , failed with err code 12\n")}}});
 }
 
 TEST(FailingCalls, OfTimers)
 {
     const std::string init = "init_timer";
     const outcome no_timer = error(invalid, init, "Failed to create timer \n");
-    const std::map<std::string, outcome> failures[] = {
-        {{"timer_create#1", no_timer},
-         {"timer_settime#1", error(0, "waitfor_timeout", "Failed to set time to timer with id\n")}},
-        {{"sigaction#1", error(invalid, init, "Failed to allocate handler for timer\n")},
-         {"sigprocmask#1", error(invalid, init, "Failed to mask the signal\n")},
-         {"timer_create#1", no_timer},
-         {"timer_settime#1", {invalid, ""}},
-         {"sigprocmask#2", error(invalid, init, "Can't un mask the timer signal\n")}}};
+    const std::vector<std::pair<std::string, outcome>> failures[] = {
+        {{"timer_create#1!?", no_timer},
+         {"timer_settime#1!?", error(0, "waitfor_timeout", "Failed to set time to timer with id\n")}},
+        {{"sigaction#1!?", error(invalid, init, "Failed to allocate handler for timer\n")},
+         {"sigprocmask#1!?", error(invalid, init, "Failed to mask the signal\n")},
+         {"timer_create#1!?", no_timer},
+         {"timer_settime#1!?", {invalid, ""}},
+         {"sigprocmask#2!?", error(invalid, init, "Can't un mask the timer signal\n")}}};
     for (const uint32_t mode : {0u, 1u}) {
         const auto run = [mode] {
             int marker = 0;
@@ -430,15 +424,15 @@ TEST(FailingMemory, Responses)
 }
 
 struct platform {
-    pf_tree tree{};
-    proc_info proc{};
+    pf_tree tree;
+    proc_info proc;
 };
 
 /// A platform that stays to the end of the process: the leak check then finds what no tree holds.
 platform &kept(bool last)
 {
-    static auto &all = *new std::vector<platform *>;
-    return last && !all.empty() ? *all.back() : *all.emplace_back(new platform{});
+    static auto &all = *new std::deque<platform>(1);
+    return last ? all.back() : all.emplace_back();
 }
 
 TEST(FailingMemory, TreesAndDynamicIdentifiers)
@@ -446,25 +440,25 @@ TEST(FailingMemory, TreesAndDynamicIdentifiers)
     const std::string walk = "update_dev_mux_interface_tree",
                       no_item = error_line("check_add_mux_entry", "Couldn't allocate memory\n");
     const outcome no_entry = error(no_memory, "update_pf_tree", "Couldn't allocate memory\n");
-    const std::vector<outcome> mux_tree_failures = {
-        {0, no_item + error_line(walk, "Invalid tree\n")}, // the status of the last identifier counts
-        error(0, walk, "Couldn't allocate space for node \n"),
-        {0, no_item},
-        error(no_memory, "add_mux_entry_to_proc_info", "Couldn't allocate memory for new mux node\n"),
-        no_entry,
-    };
-    static pf_dev plain_dev = {"E", "i2c-0", nullptr, nullptr}, mux = {"M1", "i2c-0", "PCA9541", &plain_dev},
+    static pf_dev alone = {"E", "i2c-0", nullptr, nullptr}, mux = {"M1", "i2c-0", "PCA9541", &alone},
                   behind = {"M1-1.D", "i2c-0", nullptr, &mux};
-    sweep_memory("a tree", mux_tree_failures, [](bool again) {
-        platform &p = kept(again);
-        const uint32_t status = update_pf_tree(&behind, &p.tree, true, &p.proc);
-        if (again) {
-            const mux_tree *node = p.tree.i2c[0].muxes;
-            EXPECT_TRUE(node->dev == &mux && node->next == nullptr && node->channels->next == nullptr);
-            EXPECT_TRUE(node->channels->tree.devs->dev == &behind && p.tree.i2c[0].devs->dev == &plain_dev);
-        }
-        return status;
-    });
+    sweep_memory(
+        "a tree",
+        {{0, no_item + error_line(walk, "Invalid tree\n")}, // the status of the last identifier counts
+         error(0, walk, "Couldn't allocate space for node \n"),
+         {0, no_item},
+         error(no_memory, "add_mux_entry_to_proc_info", "Couldn't allocate memory for new mux node\n"),
+         no_entry},
+        [](bool again) {
+            platform &p = kept(again);
+            const uint32_t status = update_pf_tree(&behind, &p.tree, true, &p.proc);
+            if (again) {
+                const mux_tree *node = p.tree.i2c[0].muxes;
+                EXPECT_TRUE(node->dev == &mux && node->next == nullptr && node->channels->next == nullptr);
+                EXPECT_TRUE(node->channels->tree.devs->dev == &behind && p.tree.i2c[0].devs->dev == &alone);
+            }
+            return status;
+        });
     static std::array<pf_dev, 64> many; // so many that they are indexed, without which all goes well, too
     for (size_t i = 0; i < many.size(); i++) {
         many[i] = {"E", "i2c-0", nullptr, i + 1 < many.size() ? &many[i + 1] : nullptr};
