@@ -85,57 +85,53 @@ TEST(Operation, EachFailedAccessHasItsMessageAndStatus)
     }
 }
 
-TEST(Operation, TheModeAndTheEndOfAnOperationAreAcknowledgedInTime)
+TEST(Operation, AModeAndTheEndOfAnOperationAreAcknowledgedInTime)
 {
-    const auto mode = [](uint32_t m) -> call {
-        return [=] { return set_fpga_mode(&map.mode, &test_mbox, m, 0); };
-    };
-    const auto ack = [](uint8_t done = 1, uint8_t fail = 2) -> call {
-        return [=] {
-            fpga_reg_map regs = map;
-            regs.op_done_val = done, regs.op_fail_val = fail;
-            return check_fpga_op_ack(&test_mbox, &regs, 0);
-        };
-    };
-    const std::string unread = error_line("lpctool_get_mbox", "Read Mbox data reg 9\n"),
-                      name = "check_fpga_op_ack",
+    const std::string name = "check_fpga_op_ack",
+                      unread = error_line("lpctool_get_mbox", "Read Mbox data reg 9\n"),
                       unacknowledged = unread + error_line(name, "Error while reading FPGA status 9\n"),
                       late = error_line(name, "FPGA didn't respond to operation setting\n"),
                       failed = error_line(name, "Current lpctool mbox indirect operation fail \n"),
                       late_mode = error_line("set_fpga_mode", "FPGA didn't respond to mode setting\n"),
                       unread_mode = unread + error_line("set_fpga_mode", "Reading FPGA status 9\n");
-    constexpr int none = 99;
     const struct {
-        call run;
-        std::string start, read;
-        uint8_t value; // behind so many others
-        size_t others;
-        int failing; // access
+        int mode; // -1: an operation, which ends with one of two values
+        uint8_t done, fail;
+        size_t others; // read before this one
+        uint8_t value;
+        int failing, reads; // the read that fails; 0: none
         bool good;
-        int reads;
         std::string output;
     } cases[] = {
-        {mode(0), "W30=71 ", "S R30", 0x72, 0, none, true, 1, ""},
-        {mode(1), "W30=61 ", "S R30", 0x62, 20, none, true, 21, ""},
-        {mode(1), "W30=61 ", "S R30", 0x62, 21, none, false, 21, late_mode},
-        {mode(0), "W30=71 ", "S R30", 0x72, 1, 2, false, 3, unread_mode},
-        {ack(), "W21=d0 ", "S R20", 1, 19, none, true, 20, ""},
-        {ack(), "W21=d0 ", "S R20", 1, 20, none, false, 21, late},
-        {ack(), "W21=d0 ", "S R20", 1, 22, none, false, 22, late},
-        {ack(), "W21=d0 ", "S R20", 2, 19, none, false, 20, failed},
-        {ack(), "W21=d0 ", "S R20", 2, 20, none, false, 21, failed + late},
-        {ack(3, 3), "W21=d0 ", "S R20", 3, 0, none, false, 1, failed},
-        {ack(), "W21=d0 ", "S R20", 1, 0, 1, true, 2, unacknowledged},
-        {ack(0), "W21=d0 ", "S R20", 9, 0, 1, false, 1, unacknowledged},
+        {0, 0, 0, 0, 0x72, 0, 1, true, ""},
+        {1, 0, 0, 20, 0x62, 0, 21, true, ""},
+        {1, 0, 0, 21, 0x62, 0, 21, false, late_mode},
+        {0, 0, 0, 1, 0x72, 2, 3, false, unread_mode},
+        {-1, 1, 2, 19, 1, 0, 20, true, ""},
+        {-1, 1, 2, 20, 1, 0, 21, false, late},
+        {-1, 1, 2, 22, 1, 0, 22, false, late},
+        {-1, 1, 2, 19, 2, 0, 20, false, failed},
+        {-1, 1, 2, 20, 2, 0, 21, false, failed + late},
+        {-1, 3, 3, 0, 3, 0, 1, false, failed},
+        {-1, 1, 2, 0, 1, 1, 2, true, unacknowledged},
+        {-1, 0, 2, 0, 9, 1, 1, false, unacknowledged},
     };
     for (const auto &c : cases) {
         std::vector<uint8_t> values(c.others);
         values.push_back(c.value);
-        fpga = {{{0x20, values}, {0x30, values}}, {{c.failing, 9}}};
-        EXPECT_EQ(told(c.good ? 0 : DIAG_ERR_INVALID_ARG, c.run), c.output);
-        std::string accesses = c.start;
+        fpga = {{{0x20, values}, {0x30, values}}, {{c.failing != 0 ? c.failing : 99, 9}}};
+        fpga_reg_map regs = map;
+        regs.op_done_val = c.done, regs.op_fail_val = c.fail;
+        EXPECT_EQ(told(c.good ? 0 : DIAG_ERR_INVALID_ARG,
+                       [&] {
+                           return c.mode < 0 ? check_fpga_op_ack(&test_mbox, &regs, 0)
+                                             : set_fpga_mode(&map.mode, &test_mbox,
+                                                             static_cast<uint32_t>(c.mode), 0);
+                       }),
+                  c.output);
+        std::string accesses = c.mode < 0 ? "W21=d0 " : c.mode == 0 ? "W30=71 " : "W30=61 ";
         for (int n = 1; n <= c.reads; n++) {
-            accesses += c.read + (n == c.failing ? "! " : " ");
+            accesses += (c.mode < 0 ? "S R20"s : "S R30"s) + (n == c.failing ? "! " : " ");
         }
         EXPECT_EQ(fpga.accesses, accesses);
     }
