@@ -2,8 +2,6 @@
 // Hex dumps: the arguments, packed, then the bytes to dump.
 #include "support.h"
 
-namespace {
-
 struct [[gnu::packed]] dump_arguments {
     int32_t group_bits;
     uint32_t base;
@@ -17,20 +15,18 @@ int level_of(uint8_t byte)
     return byte % 5 - 1;
 }
 
-} // namespace
-
-int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void try_input(std::string_view rest)
 {
     dump_arguments a;
 
-    if (size < sizeof a) {
-        return 0;
+    if (rest.size() < sizeof a) {
+        return;
     }
-    memcpy(&a, data, sizeof a);
-    const std::vector<uint8_t> bytes(data + sizeof a, data + std::min(size, sizeof a + max_length));
+    memcpy(&a, rest.data(), sizeof a);
+    const std::string_view dumped = rest.substr(sizeof a, max_length);
+    const std::vector<char> bytes(dumped.begin(), dumped.end());
     set_verb_level(level_of(a.verb_level));
     set_log_level(level_of(a.log_level));
     dump_hex(bytes.data(), a.group_bits, static_cast<uint32_t>(bytes.size()), a.base, a.show_addr, a.width,
              level_of(a.level));
-    return 0;
 }

@@ -5,8 +5,6 @@
 
 #include "access/ipmi_text.h"
 
-namespace {
-
 using taker = bool (*)(boarddiag::placed_pairs *, std::string_view);
 
 std::vector<uint8_t> pairs_of(taker take, std::string_view text, size_t room, size_t limit)
@@ -25,23 +23,18 @@ std::vector<uint8_t> pairs_of(taker take, std::string_view text, size_t room, si
     return dest;
 }
 
-} // namespace
-
-int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void try_input(std::string_view text)
 {
-    std::string_view text = fuzz::input(data, size);
-    const size_t room = fuzz::next_byte(&text);
-    const size_t limit = fuzz::next_byte(&text) + size_t{1};
+    const size_t room = next_byte(&text);
+    const size_t limit = next_byte(&text) + size_t{1};
     const std::vector<char> line(text.begin(), text.end());
     std::vector<uint8_t> dest(room);
     int number = 0;
 
-    fuzz::require(boarddiag::store_pairs({line.data(), line.size()}, dest) <= room);
+    require(boarddiag::store_pairs({line.data(), line.size()}, dest) <= room);
     for (const taker take : {boarddiag::take_lines, boarddiag::take_block}) {
-        fuzz::require(pairs_of(take, text, room, limit) == pairs_of(take, text, room, text.size()));
+        require(pairs_of(take, text, room, limit) == pairs_of(take, text, room, text.size()));
     }
-    boarddiag::bus_number_behind_dash(fuzz::copy_of(text).get(), &number);
-    boarddiag::bus_number_of_second_piece(fuzz::copy_of(text.substr(0, boarddiag::max_bus_text)).get(),
-                                          &number);
-    return 0;
+    boarddiag::bus_number_behind_dash(copy_of(text).get(), &number);
+    boarddiag::bus_number_of_second_piece(copy_of(text.substr(0, boarddiag::max_bus_text)).get(), &number);
 }

@@ -6,8 +6,6 @@
 #include <array>
 #include <sys/time.h>
 
-namespace {
-
 constexpr char datagram_end = '\xff';
 enum flag : uint8_t { keep_checksum = 0x01, verbose = 0x02 };
 
@@ -47,48 +45,37 @@ void feed(tool_info &tool, std::string_view datagram)
 /// ago.
 void feed_all(tool_info &tool, std::string_view rest, size_t limit)
 {
-    bool is_later = false;
-
     tool.rx_complete = busbroker_parse_update_queues;
     while (rest.data() != nullptr) {
-        std::string_view datagram = fuzz::next_part(&rest, datagram_end);
-        is_later = is_later && !datagram.empty();
+        std::string_view datagram = next_part(&rest, datagram_end);
+        tool.last_step_time.tv_sec = datagram.empty() ? 0 : tool.last_step_time.tv_sec;
         for (; !datagram.empty(); datagram.remove_prefix(std::min(limit, datagram.size()))) {
-            tool.last_step_time = {};
-            if (is_later) {
-                gettimeofday(&tool.last_step_time, nullptr);
-            }
             feed(tool, datagram.substr(0, limit));
-            is_later = true;
+            gettimeofday(&tool.last_step_time, nullptr);
         }
     }
 }
 
 void require_same(const busbroker_rx_node *a, const busbroker_rx_node *b)
 {
-    fuzz::require((a == nullptr) == (b == nullptr));
+    require((a == nullptr) == (b == nullptr));
     if (a != nullptr) {
-        fuzz::require(a->status == b->status && a->length == b->length);
-        fuzz::require(a->length == 0 || memcmp(a->data, b->data, a->length) == 0);
+        require(a->status == b->status && a->length == b->length);
+        require(a->length == 0 || memcmp(a->data, b->data, a->length) == 0);
     }
 }
 
-} // namespace
-
-int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void try_input(std::string_view rest)
 {
-    std::string_view rest = fuzz::input(data, size);
-    const uint8_t flags = fuzz::next_byte(&rest);
-    fuzz::client whole;
-    fuzz::client in_bytes;
+    const uint8_t flags = next_byte(&rest);
+    client whole, in_bytes;
 
     set_verb_level((flags & verbose) != 0 ? 3 : -1);
     whole.tool.rx_stateinfo = (flags & keep_checksum) != 0 ? &busbroker_rx_stateinfo : &lenient;
     in_bytes.tool.rx_stateinfo = whole.tool.rx_stateinfo;
     feed_all(whole.tool, rest, sizeof whole.tool.rx_buf - 1);
     feed_all(in_bytes.tool, rest, 1);
-    fuzz::require(whole.tool.rx_state == in_bytes.tool.rx_state);
-    fuzz::require(whole.tool.field_count == in_bytes.tool.field_count);
+    require(whole.tool.rx_state == in_bytes.tool.rx_state);
+    require(whole.tool.field_count == in_bytes.tool.field_count);
     require_same(whole.filed(), in_bytes.filed());
-    return 0;
 }

@@ -4,8 +4,6 @@
 
 #include <libxml/parser.h>
 
-namespace {
-
 uint32_t parse_xml(std::string_view source, sock_cfg *cfg)
 {
     constexpr int options = XML_PARSE_RECOVER | XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
@@ -22,18 +20,14 @@ uint32_t parse_xml(std::string_view source, sock_cfg *cfg)
     return status;
 }
 
-} // namespace
-
-int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void try_input(std::string_view source)
 {
-    const std::string_view source = fuzz::input(data, size);
     sock_cfg cfg{};
     const uint32_t status = source.starts_with('<')
                                 ? parse_xml(source, &cfg)
-                                : parse_socket_cfg(nullptr, &cfg, 0, fuzz::copy_of(source).get());
+                                : parse_socket_cfg(nullptr, &cfg, 0, copy_of(source).get());
 
-    fuzz::require(status == 0 || status == DIAG_ERR_INVALID_ARG);
-    fuzz::require(strnlen(cfg.ip, sizeof cfg.ip) < sizeof cfg.ip - 1);
-    fuzz::require(cfg.is_udp <= 1 && cfg.is_ipv4 <= 1);
-    return 0;
+    require(status == 0 || status == DIAG_ERR_INVALID_ARG);
+    require(strnlen(cfg.ip, sizeof cfg.ip) < sizeof cfg.ip - 1);
+    require(cfg.is_udp <= 1 && cfg.is_ipv4 <= 1);
 }

@@ -16,7 +16,8 @@
 
 #include <boarddiag.h>
 
-namespace fuzz {
+/// The target: runs the code in question on one input, and releases all that it allocated.
+void try_input(std::string_view input);
 
 /// A broken promise is a finding.
 inline void require(bool holds)
@@ -32,11 +33,6 @@ using text_ptr = std::unique_ptr<char, decltype([](char *text) { free(text); })>
 inline text_ptr copy_of(std::string_view text)
 {
     return text_ptr(text.data() != nullptr ? strndup(text.data(), text.size()) : nullptr);
-}
-
-inline std::string_view input(const uint8_t *data, size_t size)
-{
-    return {reinterpret_cast<const char *>(data), size};
 }
 
 /// Takes the text up to `separator` or the end; a null view when nothing is left.
@@ -93,8 +89,6 @@ struct client {
     }
 };
 
-} // namespace fuzz
-
 extern "C" {
 
 // In place of the C library's: nothing that a target does reaches the machine's log.
@@ -111,14 +105,18 @@ void closelog(void)
 int LLVMFuzzerInitialize(int *, char ***);
 int LLVMFuzzerInitialize(int *, char ***)
 {
-    fuzz::require(freopen("/dev/null", "w", stdout) != nullptr);
+    require(freopen("/dev/null", "w", stdout) != nullptr);
     set_verb_level(-1);
     set_log_level(-1);
     return 0;
 }
 
-/// The target: runs the code in question on one input, and releases all that it allocated.
-int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
+int LLVMFuzzerTestOneInput(const uint8_t *, size_t);
+int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    try_input({reinterpret_cast<const char *>(data), size});
+    return 0;
+}
 
 } // extern "C"
 

@@ -4,8 +4,6 @@
 // it.
 #include "support.h"
 
-namespace {
-
 enum flag : uint8_t { daemon_record = 0x01, verbose = 0x02, no_record = 0x04 };
 
 template <typename Node, typename Release> void free_list(Node *node, Release release_inner)
@@ -22,26 +20,26 @@ void free_tree(const if_tree &tree)
 {
     free_list(tree.devs, [](dev_entry &) {});
     free_list(tree.muxes, [](mux_tree &mux) {
-        fuzz::require(memchr(mux.name, '\0', sizeof mux.name) != nullptr);
-        fuzz::require(mux.is_mux == (mux.dev != nullptr));
+        require(memchr(mux.name, '\0', sizeof mux.name) != nullptr);
+        require(mux.is_mux == (mux.dev != nullptr));
         free_list(mux.channels, [](mux_channel &channel) { free_tree(channel.tree); });
     });
 }
 
 struct descriptors {
-    std::vector<fuzz::text_ptr> texts; // of the descriptors, which point to them
+    std::vector<text_ptr> texts; // of the descriptors, which point to them
     std::vector<pf_dev> devs;
 };
 
 const char *next_text(descriptors *list, std::string_view *line)
 {
-    return list->texts.emplace_back(fuzz::copy_of(fuzz::next_part(line, '|'))).get();
+    return list->texts.emplace_back(copy_of(next_part(line, '|'))).get();
 }
 
 void read_lines(descriptors *list, std::string_view rest)
 {
     while (!rest.empty()) {
-        std::string_view line = fuzz::next_part(&rest, '\n');
+        std::string_view line = next_part(&rest, '\n');
         pf_dev &dev = list->devs.emplace_back();
         dev.dev_id = next_text(list, &line);
         dev.interface = next_text(list, &line);
@@ -52,12 +50,9 @@ void read_lines(descriptors *list, std::string_view rest)
     }
 }
 
-} // namespace
-
-int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void try_input(std::string_view rest)
 {
-    std::string_view rest = fuzz::input(data, size);
-    const uint8_t flags = fuzz::next_byte(&rest);
+    const uint8_t flags = next_byte(&rest);
     descriptors list;
     pf_tree tree{};
     proc_info record{};
@@ -79,5 +74,4 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     for (const proc_i2c_if &each : record.i2c) {
         free_list(each.muxes, [](proc_mux_node &) {});
     }
-    return 0;
 }

@@ -57,9 +57,7 @@ void closelog(void)
 
 } // extern "C"
 
-namespace diagtest {
-
-captured capture(const std::function<void()> &body)
+captured diagtest::capture(const std::function<void()> &body)
 {
     fflush(stdout);
     const int saved = dup(STDOUT_FILENO);
@@ -75,32 +73,3 @@ captured capture(const std::function<void()> &body)
     close(file);
     return {without_lines(console), without_lines(taken_log())};
 }
-
-std::string console_of(const std::function<void()> &body)
-{
-    return capture(body).console;
-}
-
-std::string told(uint32_t status, const std::function<uint32_t()> &call)
-{
-    return console_of([&] { EXPECT_EQ(call(), status); });
-}
-
-std::string error_line(const std::string &function, const std::string &message)
-{
-    return "ERROR: " + function + "[#]: ERROR: " + message;
-}
-
-std::string text_of(const std::string &path)
-{
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
-
-std::string times(int n, const std::string &text)
-{
-    return n > 0 ? text + times(n - 1, text) : "";
-}
-
-} // namespace diagtest

@@ -42,19 +42,36 @@ struct captured {
 captured capture(const std::function<void()> &body);
 
 /// The console part of capture() alone.
-std::string console_of(const std::function<void()> &body);
+inline std::string console_of(const std::function<void()> &body)
+{
+    return capture(body).console;
+}
 
 /// The console part of a call that has to return this status.
-std::string told(uint32_t status, const std::function<uint32_t()> &call);
+inline std::string told(uint32_t status, const std::function<uint32_t()> &call)
+{
+    return console_of([&] { EXPECT_EQ(call(), status); });
+}
 
 /// An error report as it stands on the console: error_line("f", "m\n") is "ERROR: f[#]: ERROR: m\n".
-std::string error_line(const std::string &function, const std::string &message);
+inline std::string error_line(const std::string &function, const std::string &message)
+{
+    return "ERROR: " + function + "[#]: ERROR: " + message;
+}
 
 /// What a file holds.
-std::string text_of(const std::string &path);
+inline std::string text_of(const std::string &path)
+{
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
+}
 
 /// The text n times in a row.
-std::string times(int n, const std::string &text);
+inline std::string times(int n, const std::string &text)
+{
+    return n > 0 ? text + times(n - 1, text) : "";
+}
 
 } // namespace diagtest
 

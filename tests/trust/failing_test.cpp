@@ -13,27 +13,19 @@
 
 namespace fs = std::filesystem;
 
-namespace {
-
-enum kind : unsigned {
-    plain = 1,
-    interruptible = 2, // by a signal
-    of_signals = 4,
-    of_memory = 8,
-    returned = 16, // the number of the error is what the call returns
-};
-
+// A call, and why it can fail (a FIFO that is not ready is no error yet). Its traits: "i", a signal can
+// interrupt it; "r", it returns the error; "s", of signals; "m", of memory.
 struct watched_call {
     const char *name;
-    int reason; // why it can fail; a FIFO that is not ready is no error yet
-    unsigned kinds = plain;
+    int reason;
+    std::string_view traits = "";
 };
 
 // What becomes of the calls of a run.
 struct {
-    unsigned watched = 0; // the kinds of calls that count
-    int good;             // calls that succeed before the plan begins
-    std::string plan;     // of the calls from then on: f fails, i is interrupted if it can be
+    char watched = 0; // p: plain calls count; s: those and of signals; m: of memory alone
+    int good;         // calls that succeed before the plan begins
+    std::string plan; // of the calls from then on: f fails, i is interrupted if it can be
     int made;
     std::string first; // the first call that failed: "read#2" is the second read
     std::map<std::string, int> numbers;
@@ -42,16 +34,17 @@ struct {
 // The reason for which this call fails; 0 when it does not.
 int reason(const watched_call &call)
 {
-    if ((world.watched & call.kinds) == 0) {
+    const char of = call.traits.starts_with('m') || call.traits.starts_with('s') ? call.traits[0] : 'p';
+    if (world.watched == 0 || (of != world.watched && (of != 'p' || world.watched == 'm'))) {
         return 0;
     }
-    const std::string name = (call.kinds & of_memory) != 0 ? "memory" : call.name;
+    const std::string name = of == 'm' ? "memory" : call.name;
     const int number = ++world.numbers[name], at = world.made++ - world.good;
     if (at < 0 || at >= std::ssize(world.plan)) {
         return 0;
     }
     const bool fails = world.plan[static_cast<size_t>(at)] == 'f';
-    const int error = fails ? call.reason : (call.kinds & interruptible) != 0 ? EINTR : 0;
+    const int error = fails ? call.reason : call.traits.starts_with('i') ? EINTR : 0;
     if (world.first.empty() && error != 0) {
         world.first = name + '#' + std::to_string(number);
     }
@@ -69,12 +62,10 @@ template <typename R, typename... P> auto failing(R (*real)(P...), const watched
         if constexpr (std::is_pointer_v<R>) {
             return nullptr;
         } else {
-            return static_cast<R>((call.kinds & returned) != 0 ? error : -1);
+            return static_cast<R>(call.traits.ends_with('r') ? error : -1);
         }
     };
 }
-
-} // namespace
 
 // clang-format off
 #define STAND_IN(result, name, ...) \
@@ -83,38 +74,36 @@ template <typename R, typename... P> auto failing(R (*real)(P...), const watched
 #define FAILING(name, ...) failing(__real_##name, {#name, __VA_ARGS__})
 using actions = posix_spawn_file_actions_t;
 using attributes = posix_spawnattr_t;
-STAND_IN(void *, malloc, size_t a) { return FAILING(malloc, ENOMEM, of_memory)(a); }
-STAND_IN(void *, calloc, size_t a, size_t b) { return FAILING(calloc, ENOMEM, of_memory)(a, b); }
-STAND_IN(void *, realloc, void *a, size_t b) { return FAILING(realloc, ENOMEM, of_memory)(a, b); }
+STAND_IN(void *, malloc, size_t a) { return FAILING(malloc, ENOMEM, "m")(a); }
+STAND_IN(void *, calloc, size_t a, size_t b) { return FAILING(calloc, ENOMEM, "m")(a, b); }
+STAND_IN(void *, realloc, void *a, size_t b) { return FAILING(realloc, ENOMEM, "m")(a, b); }
 STAND_IN(int, mkfifo, const char *a, mode_t b) { return FAILING(mkfifo, ENOSPC)(a, b); }
 STAND_IN(int, open64, const char *a, int b) { return FAILING(open64, EMFILE)(a, b); }
 STAND_IN(int, fstat64, int a, struct stat64 *b) { return FAILING(fstat64, EIO)(a, b); }
-STAND_IN(ssize_t, read, int a, void *b, size_t c) { return FAILING(read, EAGAIN, interruptible)(a, b, c); }
-STAND_IN(int, poll, pollfd *a, nfds_t b, int c) { return FAILING(poll, ENOMEM, interruptible)(a, b, c); }
+STAND_IN(ssize_t, read, int a, void *b, size_t c) { return FAILING(read, EAGAIN, "i")(a, b, c); }
+STAND_IN(int, poll, pollfd *a, nfds_t b, int c) { return FAILING(poll, ENOMEM, "i")(a, b, c); }
 STAND_IN(int, pipe2, int *a, int b) { return FAILING(pipe2, EMFILE)(a, b); }
 STAND_IN(pid_t, fork, void) { return FAILING(fork, EAGAIN)(); }
-STAND_IN(pid_t, waitpid, pid_t a, int *b, int c) { return FAILING(waitpid, 0, interruptible)(a, b, c); }
+STAND_IN(pid_t, waitpid, pid_t a, int *b, int c) { return FAILING(waitpid, 0, "i")(a, b, c); }
 STAND_IN(int, socket, int a, int b, int c) { return FAILING(socket, EMFILE)(a, b, c); }
 STAND_IN(int, bind, int a, const sockaddr *b, socklen_t c) { return FAILING(bind, EADDRINUSE)(a, b, c); }
-STAND_IN(int, connect, int a, const sockaddr *b, socklen_t c) { return FAILING(connect, ENETDOWN, interruptible)(a, b, c); }
+STAND_IN(int, connect, int a, const sockaddr *b, socklen_t c) { return FAILING(connect, ENETDOWN, "i")(a, b, c); }
 STAND_IN(int, getsockopt, int a, int b, int c, void *d, socklen_t *e) { return FAILING(getsockopt, ENOBUFS)(a, b, c, d, e); }
-STAND_IN(ssize_t, sendto, int a, const void *b, size_t c, int d, const sockaddr *e, socklen_t f) { return FAILING(sendto, ENOBUFS, interruptible)(a, b, c, d, e, f); }
-STAND_IN(ssize_t, recvfrom, int a, void *b, size_t c, int d, sockaddr *e, socklen_t *f) { return FAILING(recvfrom, ENOMEM, interruptible)(a, b, c, d, e, f); }
-STAND_IN(int, sigaction, int a, const struct sigaction *b, struct sigaction *c) { return FAILING(sigaction, EINVAL, of_signals)(a, b, c); }
-STAND_IN(int, sigprocmask, int a, const sigset_t *b, sigset_t *c) { return FAILING(sigprocmask, EINVAL, of_signals)(a, b, c); }
+STAND_IN(ssize_t, sendto, int a, const void *b, size_t c, int d, const sockaddr *e, socklen_t f) { return FAILING(sendto, ENOBUFS, "i")(a, b, c, d, e, f); }
+STAND_IN(ssize_t, recvfrom, int a, void *b, size_t c, int d, sockaddr *e, socklen_t *f) { return FAILING(recvfrom, ENOMEM, "i")(a, b, c, d, e, f); }
+STAND_IN(int, sigaction, int a, const struct sigaction *b, struct sigaction *c) { return FAILING(sigaction, EINVAL, "s")(a, b, c); }
+STAND_IN(int, sigprocmask, int a, const sigset_t *b, sigset_t *c) { return FAILING(sigprocmask, EINVAL, "s")(a, b, c); }
 STAND_IN(int, timer_create, clockid_t a, sigevent *b, timer_t *c) { return FAILING(timer_create, EAGAIN)(a, b, c); }
 STAND_IN(int, timer_settime, timer_t a, int b, const itimerspec *c, itimerspec *d) { return FAILING(timer_settime, EINVAL)(a, b, c, d); }
-STAND_IN(int, clock_nanosleep, clockid_t a, int b, const timespec *c, timespec *d) { return FAILING(clock_nanosleep, 0, interruptible | returned)(a, b, c, d); }
-STAND_IN(int, pthread_create, pthread_t *a, const pthread_attr_t *b, void *(*c)(void *), void *d) { return FAILING(pthread_create, EAGAIN, returned)(a, b, c, d); }
-STAND_IN(int, posix_spawnattr_init, attributes *a) { return FAILING(posix_spawnattr_init, ENOMEM, returned)(a); }
-STAND_IN(int, posix_spawn_file_actions_init, actions *a) { return FAILING(posix_spawn_file_actions_init, ENOMEM, returned)(a); }
-STAND_IN(int, posix_spawn_file_actions_adddup2, actions *a, int b, int c) { return FAILING(posix_spawn_file_actions_adddup2, ENOMEM, returned)(a, b, c); }
-STAND_IN(int, posix_spawn_file_actions_addopen, actions *a, int b, const char *c, int d, mode_t e) { return FAILING(posix_spawn_file_actions_addopen, ENOMEM, returned)(a, b, c, d, e); }
-STAND_IN(int, posix_spawn, pid_t *a, const char *b, const actions *c, const attributes *d, char *const *e, char *const *f) { return FAILING(posix_spawn, ENOMEM, returned)(a, b, c, d, e, f); }
-STAND_IN(int, posix_spawnp, pid_t *a, const char *b, const actions *c, const attributes *d, char *const *e, char *const *f) { return FAILING(posix_spawnp, EAGAIN, returned)(a, b, c, d, e, f); }
+STAND_IN(int, clock_nanosleep, clockid_t a, int b, const timespec *c, timespec *d) { return FAILING(clock_nanosleep, 0, "ir")(a, b, c, d); }
+STAND_IN(int, pthread_create, pthread_t *a, const pthread_attr_t *b, void *(*c)(void *), void *d) { return FAILING(pthread_create, EAGAIN, "r")(a, b, c, d); }
+STAND_IN(int, posix_spawnattr_init, attributes *a) { return FAILING(posix_spawnattr_init, ENOMEM, "r")(a); }
+STAND_IN(int, posix_spawn_file_actions_init, actions *a) { return FAILING(posix_spawn_file_actions_init, ENOMEM, "r")(a); }
+STAND_IN(int, posix_spawn_file_actions_adddup2, actions *a, int b, int c) { return FAILING(posix_spawn_file_actions_adddup2, ENOMEM, "r")(a, b, c); }
+STAND_IN(int, posix_spawn_file_actions_addopen, actions *a, int b, const char *c, int d, mode_t e) { return FAILING(posix_spawn_file_actions_addopen, ENOMEM, "r")(a, b, c, d, e); }
+STAND_IN(int, posix_spawn, pid_t *a, const char *b, const actions *c, const attributes *d, char *const *e, char *const *f) { return FAILING(posix_spawn, ENOMEM, "r")(a, b, c, d, e, f); }
+STAND_IN(int, posix_spawnp, pid_t *a, const char *b, const actions *c, const attributes *d, char *const *e, char *const *f) { return FAILING(posix_spawnp, EAGAIN, "r")(a, b, c, d, e, f); }
 // clang-format on
-
-namespace {
 
 struct outcome {
     uint32_t status = 0;
@@ -127,7 +116,7 @@ struct operation {
     std::string told_if_good;
     std::vector<std::pair<std::string, outcome>> failures; // by what fails first; "x#1!": all behind it, too
     std::string fifo = {};                                 // what it makes; stays only when it was not opened
-    unsigned watched = plain | returned | interruptible;
+    char watched = 'p';
 };
 
 size_t descriptors()
@@ -155,7 +144,7 @@ int run_with(const operation &op, int n, const std::string &plan, std::set<std::
     const outcome expected = fails ? found->second : outcome{0, op.told_if_good};
     met->insert(fails ? found->first : "");
     EXPECT_EQ(status, expected.status) << told;
-    EXPECT_TRUE(op.watched == of_memory ? told == expected.told : told.ends_with(expected.told)) << told;
+    EXPECT_TRUE(op.watched == 'm' ? told == expected.told : told.ends_with(expected.told)) << told;
     EXPECT_EQ(descriptors(), before);
     EXPECT_EQ(wait4(-1, nullptr, WNOHANG, nullptr), -1) << "a child is left";
     const bool is_unopened = !plan.empty() && (world.first == "open64#1" || world.first == "fstat64#1");
@@ -167,7 +156,7 @@ void sweep(const operation &op,
            const std::vector<std::string> &plans = {"i", "ii", "f", "fi", std::string(99, 'f')})
 {
     std::set<std::string> met;
-    set_verb_level(op.watched == of_memory ? 0 : 3);
+    set_verb_level(op.watched == 'm' ? 0 : 3);
     const int made = run_with(op, 0, "", &met);
     for (const std::string &plan : plans) {
         for (int n = 0; n < made; n++) {
@@ -182,7 +171,7 @@ void sweep(const operation &op,
 void sweep_memory(const std::string &name, const std::vector<outcome> &failures,
                   const std::function<uint32_t(bool again)> &run)
 {
-    operation op = {name, [&] { return run(world.plan.empty()); }, "", {}, "", of_memory};
+    operation op = {name, [&] { return run(world.plan.empty()); }, "", {}, "", 'm'};
     for (const outcome &failure : failures) {
         op.failures.emplace_back("memory#" + std::to_string(op.failures.size() + 1), failure);
     }
@@ -337,8 +326,7 @@ TEST(FailingCalls, OfTimers)
             EXPECT_EQ(text_of("/proc/self/timers"), "");
             return status;
         };
-        sweep({init, run, mode == 0 ? "" : "Timer created succesfully\n", failures[mode], "",
-               plain | returned | interruptible | of_signals});
+        sweep({init, run, mode == 0 ? "" : "Timer created succesfully\n", failures[mode], "", 's'});
     }
 }
 
@@ -501,5 +489,3 @@ TEST(FailingMemory, MemoryWritesFileNamesAndTimeoutCalls)
                  {error(1, "register_timeout_calls", "mem allocation for timeout calls failed \n")},
                  [](bool) { return register_timeout_calls(1, nullptr, nullptr) ? 0u : 1u; });
 }
-
-} // namespace

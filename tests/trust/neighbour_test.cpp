@@ -1,9 +1,8 @@
 /* SPDX-License-Identifier: MIT */
-// Other users of the machine: what they put at a FIFO's path, before a call or in the middle of it, texts
-// that a shell reads, and datagrams from strangers.
+// Other users of the machine: what they put at a FIFO's path, before a call or in the middle of it, and texts
+// that a shell reads.
 
 #include "access/calls.h"
-#include "busbroker/loopback.h"
 
 namespace fs = std::filesystem;
 
@@ -104,20 +103,4 @@ TEST_F(Neighbour, TextsOfCallersReachTheShell)
     console_of([&] { i2ctool_get(bus.c_str(), 0x50, 0, &reg8_data8, 0, pipe, dest); });
     EXPECT_TRUE(fs::exists(mark));
     expect_good();
-}
-
-TEST_F(Neighbour, DatagramsOfStrangersAreNotSeen)
-{
-    const tool_info *broker = new_client(), *stranger = new_client();
-    tool_info *tool = new_client();
-    tool->sock_cfg.port = ntohs(broker->sock_cfg.sock_addr.sin_port);
-    ASSERT_EQ(create_socket(&tool->sock_cfg, &tool->sock_fd, 1), 0u);
-    sockaddr_in address{};
-    socklen_t size = sizeof address;
-    getsockname(tool->sock_fd, reinterpret_cast<sockaddr *>(&address), &size);
-    for (const auto &[from, text] : {std::pair{stranger, "forged"}, {broker, "answer"}}) {
-        EXPECT_EQ(sendto(from->sock_fd, text, 6, 0, reinterpret_cast<sockaddr *>(&address), size), 6);
-    }
-    EXPECT_EQ(receive_from_socket(tool), 0u);
-    EXPECT_STREQ(reinterpret_cast<char *>(tool->rx_buf), "answer");
 }
