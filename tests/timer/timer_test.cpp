@@ -65,7 +65,6 @@ TEST(InitTimer, PeriodicTimerTicksAndBlocksNothingAndARefusedOneLeavesAllAsItWas
     sigset_t mask = {}, after = {}, none = {};
     sigaddset(&mask, SIGUSR1);
     sigprocmask(SIG_SETMASK, &mask, nullptr);
-    set_verb_level(2);
     int marker = 0;
     timer_t timer = &marker;
     for (const int32_t type : {3, -1}) {
@@ -82,6 +81,7 @@ TEST(InitTimer, PeriodicTimerTicksAndBlocksNothingAndARefusedOneLeavesAllAsItWas
     EXPECT_EQ(told(DIAG_ERR_INVALID_ARG, [] { return init_timer(0, nullptr, 0); }),
               error_line("init_timer", "NULL pointer received as timer\n"));
 
+    set_verb_level(2);
     EXPECT_EQ(told(0, [&] { return init_timer(1, &timer, 0); }), "");
     sigprocmask(SIG_SETMASK, nullptr, &after);
     EXPECT_EQ(memcmp(&after, &none, sizeof none), 0);
