@@ -84,7 +84,7 @@ TEST(Reason, TellsWhatFailedAndWhy)
     };
     testing::internal::CaptureStderr();
     for (const auto &[call, reason] : cases) {
-        diagtest::console_of([&] { EXPECT_NE(call(), 0u) << reason; });
+        diagtest::console_of([&call = call] { EXPECT_NE(call(), 0u); });
         EXPECT_EQ(diag_reason(), reason);
     }
     testing::internal::GetCapturedStderr();
