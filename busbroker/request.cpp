@@ -108,7 +108,7 @@ busbroker_tx_node *find_request(const tool_info *tool, uint32_t transac_id)
         call->aged = tool->aged;
         call->aged_ms = now;
     } else if (now - call->aged_ms >= longest_without_tick_ms) {
-        tool->has_told_no_tick = 1;
+        std::atomic_ref(tool->has_told_no_tick).store(1);
         diag_print(
             0,
             boarddiag::is_transmitting(tool)

