@@ -8,6 +8,7 @@
 
 #include "busbroker/futex.h"
 #include "busbroker/queues.h"
+#include "core/edge.h"
 #include "core/fifo_run.h"
 #include "core/reason.h"
 #include "core/report.h"
@@ -208,7 +209,11 @@ outcome look_for_answer(tool_info *tool, busbroker_call *call, uint8_t *resp_buf
 // At the latest after this time a waiting caller looks for its answer again.
 void pause_for_answer(uint32_t &wake, uint32_t seen)
 {
-    boarddiag::sleep_on(wake, seen, longest_sleep_ms);
+    if (boarddiag::is_own_usleep()) {
+        boarddiag::pause_for(longest_sleep_ms * 1000); // which nobody wakes
+    } else {
+        boarddiag::sleep_on(wake, seen, longest_sleep_ms);
+    }
 }
 
 uint32_t wait_for_answer(tool_info *tool, busbroker_call *call, uint8_t *resp_buf)

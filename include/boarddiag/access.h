@@ -111,7 +111,7 @@ extern const struct reg_info reg8_data16;
  * Thread-safe for different FIFO paths.
  */
 uint32_t i2ctool_get(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
-                     int32_t count, const char *pipe, uint8_t *data);
+                     int32_t count, const char *pipe, uint8_t *data) BOARDDIAG_CHECKED;
 
 /**
  * i2ctool_get() with the option --no_control. Its trace and its messages are those of i2ctool_get(), under
@@ -129,7 +129,7 @@ uint32_t i2ctool_get(const char *bus, uint8_t addr, uint16_t reg, const struct r
  * Thread-safe for different FIFO paths.
  */
 uint32_t i2ctool_get_no_cntrl(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
-                              int32_t count, const char *pipe, uint8_t *data);
+                              int32_t count, const char *pipe, uint8_t *data) BOARDDIAG_CHECKED;
 
 /**
  * Writes values to a register of an I2C device with i2ctool.
@@ -151,7 +151,8 @@ uint32_t i2ctool_get_no_cntrl(const char *bus, uint8_t addr, uint16_t reg, const
  * Thread-safe.
  */
 uint32_t i2ctool_set(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
-                     const uint8_t *data, int32_t count, int32_t flag, uint8_t busbroker_req);
+                     const uint8_t *data, int32_t count, int32_t flag,
+                     uint8_t busbroker_req) BOARDDIAG_CHECKED;
 
 /**
  * i2ctool_set() with the option --no_control. Its trace is that of i2ctool_set().
@@ -169,7 +170,8 @@ uint32_t i2ctool_set(const char *bus, uint8_t addr, uint16_t reg, const struct r
  * Thread-safe.
  */
 uint32_t i2ctool_set_no_cntrl(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
-                              const uint8_t *data, int32_t count, int32_t flag, uint8_t busbroker_req);
+                              const uint8_t *data, int32_t count, int32_t flag,
+                              uint8_t busbroker_req) BOARDDIAG_CHECKED;
 
 /**
  * Addresses an I2C device without sending it data: with i2ctool, or by a request to the bus broker. Neither
@@ -192,7 +194,7 @@ uint32_t i2ctool_set_no_cntrl(const char *bus, uint8_t addr, uint16_t reg, const
  * Thread-safe on different request records.
  */
 uint32_t i2ctool_set_no_data(const struct busbroker_dev_info *dev_info, uint8_t use_i2ctool, const char *bus,
-                             uint8_t addr);
+                             uint8_t addr) BOARDDIAG_CHECKED;
 
 /* ---- Raw IPMI requests (access/ipmi) ---- */
 
@@ -216,7 +218,7 @@ uint32_t i2ctool_set_no_data(const struct busbroker_dev_info *dev_info, uint8_t 
  * Thread-safe.
  */
 uint32_t ipmitool_get(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
-                      int32_t count, const char *pipe, uint8_t *data);
+                      int32_t count, const char *pipe, uint8_t *data) BOARDDIAG_CHECKED;
 
 /**
  * Writes through the platform's management controller: consecutive registers of an I2C device, one request an
@@ -240,7 +242,7 @@ uint32_t ipmitool_get(const char *bus, uint8_t addr, uint16_t reg, const struct 
  * Thread-safe.
  */
 uint32_t ipmitool_set(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
-                      const uint8_t *data, int32_t count, int32_t flag);
+                      const uint8_t *data, int32_t count, int32_t flag) BOARDDIAG_CHECKED;
 
 /**
  * Sends a raw IPMI request and takes a response of known length.
@@ -263,7 +265,7 @@ uint32_t ipmitool_set(const char *bus, uint8_t addr, uint16_t reg, const struct 
  * Thread-safe.
  */
 uint32_t ipmitool2_get(uint8_t netfn, uint8_t cmd, uint8_t req_len, const uint8_t *req_data, int32_t resp_len,
-                       uint8_t *resp_data);
+                       uint8_t *resp_data) BOARDDIAG_CHECKED;
 
 /**
  * The same as ipmitool2_get(), for requests that set something: `resp_len` is 0 when no response is expected.
@@ -279,7 +281,7 @@ uint32_t ipmitool2_get(uint8_t netfn, uint8_t cmd, uint8_t req_len, const uint8_
  * Thread-safe.
  */
 uint32_t ipmitool2_set(uint8_t netfn, uint8_t cmd, uint8_t req_len, const uint8_t *req_data, int32_t resp_len,
-                       uint8_t *resp_data);
+                       uint8_t *resp_data) BOARDDIAG_CHECKED;
 
 /* ---- I2C behind the management controller (access/ipmi_i2c) ---- */
 
@@ -305,7 +307,7 @@ uint32_t ipmitool2_set(uint8_t netfn, uint8_t cmd, uint8_t req_len, const uint8_
  * Thread-safe.
  */
 uint32_t ipmii2c_get(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
-                     int32_t count, const char *pipe, uint8_t *data);
+                     int32_t count, const char *pipe, uint8_t *data) BOARDDIAG_CHECKED;
 
 /**
  * ipmii2c_get() without a FIFO path; `data` is not checked.
@@ -321,7 +323,7 @@ uint32_t ipmii2c_get(const char *bus, uint8_t addr, uint16_t reg, const struct r
  * Thread-safe.
  */
 uint32_t ipmii2c2_get(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
-                      int32_t count, uint8_t *data);
+                      int32_t count, uint8_t *data) BOARDDIAG_CHECKED;
 
 /**
  * Writes values to an I2C device behind the management controller in one request, on demand with an SMBus
@@ -343,7 +345,7 @@ uint32_t ipmii2c2_get(const char *bus, uint8_t addr, uint16_t reg, const struct 
  * Thread-safe.
  */
 uint32_t ipmii2c_set(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
-                     const uint8_t *data, int32_t count, int32_t flag);
+                     const uint8_t *data, int32_t count, int32_t flag) BOARDDIAG_CHECKED;
 
 /**
  * ipmii2c_set() with the tool's error output discarded in place of its standard output.
@@ -360,7 +362,7 @@ uint32_t ipmii2c_set(const char *bus, uint8_t addr, uint16_t reg, const struct r
  * Thread-safe.
  */
 uint32_t ipmii2c2_set(const char *bus, uint8_t addr, uint16_t reg, const struct reg_info *reg_info,
-                      const uint8_t *data, int32_t count, int32_t flag);
+                      const uint8_t *data, int32_t count, int32_t flag) BOARDDIAG_CHECKED;
 
 /**
  * One step of the SMBus packet error code: CRC-8, polynomial 0x07, most significant bit first, no reflection,
@@ -399,7 +401,7 @@ uint32_t add_pec(uint8_t first, uint8_t *buf, int32_t len);
  *
  * Thread-safe for different FIFO paths.
  */
-uint32_t gpiotool_get(int32_t chip, int32_t pin, const char *pipe, uint8_t *value);
+uint32_t gpiotool_get(int32_t chip, int32_t pin, const char *pipe, uint8_t *value) BOARDDIAG_CHECKED;
 
 /**
  * Drives one GPIO pin with gpiotool, also in a dry run.
@@ -412,7 +414,8 @@ uint32_t gpiotool_get(int32_t chip, int32_t pin, const char *pipe, uint8_t *valu
  *
  * Thread-safe.
  */
-uint32_t gpiotool_set(int32_t chip, int32_t pin, const uint8_t *value, uint8_t busbroker_req);
+uint32_t gpiotool_set(int32_t chip, int32_t pin, const uint8_t *value,
+                      uint8_t busbroker_req) BOARDDIAG_CHECKED;
 
 /* ---- LPC (access/lpc) ---- */
 
@@ -429,7 +432,8 @@ uint32_t gpiotool_set(int32_t chip, int32_t pin, const uint8_t *value, uint8_t b
  *
  * Thread-safe for different FIFO paths.
  */
-uint32_t lpctool_get(uint32_t addr, int32_t count, char size, const char *pipe, uint8_t *data);
+uint32_t lpctool_get(uint32_t addr, int32_t count, char size, const char *pipe,
+                     uint8_t *data) BOARDDIAG_CHECKED;
 
 /**
  * Writes LPC registers with lpctool, also in a dry run. A value list that does not fit the command line is
@@ -444,7 +448,8 @@ uint32_t lpctool_get(uint32_t addr, int32_t count, char size, const char *pipe, 
  *
  * Thread-safe.
  */
-uint32_t lpctool_set(uint32_t addr, const uint8_t *data, int32_t count, char size, uint8_t busbroker_req);
+uint32_t lpctool_set(uint32_t addr, const uint8_t *data, int32_t count, char size,
+                     uint8_t busbroker_req) BOARDDIAG_CHECKED;
 
 /* ---- PCI configuration space (access/pci) ---- */
 
@@ -465,7 +470,7 @@ uint32_t lpctool_set(uint32_t addr, const uint8_t *data, int32_t count, char siz
  * Thread-safe for different FIFO paths.
  */
 uint32_t pcitool_get(uint32_t bus, uint32_t device, uint32_t func, uint32_t offset, uint8_t *data,
-                     const char *pipe, uint32_t count, uint32_t width);
+                     const char *pipe, uint32_t count, uint32_t width) BOARDDIAG_CHECKED;
 
 /**
  * Writes to the configuration space of a PCI function with pcitool. In a dry run the command is printed at
@@ -485,7 +490,7 @@ uint32_t pcitool_get(uint32_t bus, uint32_t device, uint32_t func, uint32_t offs
  * Thread-safe.
  */
 uint32_t pcitool_set(uint32_t bus, uint32_t device, uint32_t func, uint32_t offset, const uint8_t *data,
-                     uint32_t count, uint8_t busbroker_req, uint32_t width);
+                     uint32_t count, uint8_t busbroker_req, uint32_t width) BOARDDIAG_CHECKED;
 
 /* ---- Physical memory (access/mem) ---- */
 
@@ -504,7 +509,7 @@ uint32_t pcitool_set(uint32_t bus, uint32_t device, uint32_t func, uint32_t offs
  * Thread-safe for different FIFO paths.
  */
 uint32_t memtool_get(uint32_t addr, int32_t count, int32_t width, const char *pipe, uint8_t be,
-                     uint8_t *data);
+                     uint8_t *data) BOARDDIAG_CHECKED;
 
 /**
  * Writes physical memory with memtool, also in a dry run. A command line that would be too long is refused.
@@ -520,7 +525,8 @@ uint32_t memtool_get(uint32_t addr, int32_t count, int32_t width, const char *pi
  *
  * Thread-safe.
  */
-uint32_t memtool_set(uint32_t addr, int32_t width, const void *data, int32_t count, uint8_t busbroker);
+uint32_t memtool_set(uint32_t addr, int32_t width, const void *data, int32_t count,
+                     uint8_t busbroker) BOARDDIAG_CHECKED;
 
 /* ---- Programs started without waiting (access/process) ---- */
 
@@ -538,7 +544,7 @@ uint32_t memtool_set(uint32_t addr, int32_t width, const void *data, int32_t cou
  *
  * Thread-safe.
  */
-uint32_t epoll_generic_get(const char *path, const char *pipe, const char *extra);
+uint32_t epoll_generic_get(const char *path, const char *pipe, const char *extra) BOARDDIAG_CHECKED;
 
 /**
  * Starts a program with the argument "--set" and returns at once; else as epoll_generic_get().
@@ -550,7 +556,7 @@ uint32_t epoll_generic_get(const char *path, const char *pipe, const char *extra
  *
  * Thread-safe.
  */
-uint32_t epoll_generic_set(const char *path, const char *arg, const char *extra);
+uint32_t epoll_generic_set(const char *path, const char *arg, const char *extra) BOARDDIAG_CHECKED;
 
 BOARDDIAG_END_DECLS
 

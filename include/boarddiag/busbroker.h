@@ -197,7 +197,7 @@ struct tool_info {
  * Thread-safe on different records.
  */
 uint32_t update_request(struct busbroker_req_resp *req, const char *dev_id, const char *dev_name,
-                        uint32_t req_prio, uint32_t req_type, uint32_t transac_ind);
+                        uint32_t req_prio, uint32_t req_type, uint32_t transac_ind) BOARDDIAG_CHECKED;
 
 /**
  * Releases the data and support texts of a record and zeroes their lengths; the record itself stays.
@@ -252,7 +252,7 @@ uint32_t calculate_crc(const struct busbroker_req_resp *req);
  *
  * Thread-safe on different records.
  */
-uint32_t validate_busbroker_req_resp(const struct busbroker_req_resp *req);
+uint32_t validate_busbroker_req_resp(const struct busbroker_req_resp *req) BOARDDIAG_CHECKED;
 
 /**
  * Tells a client of a tick of the periodic timer: sets its timeout flag and wakes its transmit thread when a
@@ -293,7 +293,8 @@ void busbroker_tx_queue_timeout_update(struct tool_info *tool);
  *
  * Thread-safe on different configurations.
  */
-uint32_t parse_socket_cfg(struct _xmlNode *parent, struct sock_cfg *cfg, uint8_t from_xml, char *text);
+uint32_t parse_socket_cfg(struct _xmlNode *parent, struct sock_cfg *cfg, uint8_t from_xml,
+                          char *text) BOARDDIAG_CHECKED;
 
 /**
  * Creates the socket of a configuration, close-on-exec, and connects or binds it.
@@ -308,7 +309,7 @@ uint32_t parse_socket_cfg(struct _xmlNode *parent, struct sock_cfg *cfg, uint8_t
  *
  * Thread-safe on different configurations.
  */
-uint32_t create_socket(struct sock_cfg *cfg, int32_t *fd, int32_t connect_flag);
+uint32_t create_socket(struct sock_cfg *cfg, int32_t *fd, int32_t connect_flag) BOARDDIAG_CHECKED;
 
 /**
  * Starts a thread.
@@ -321,7 +322,8 @@ uint32_t create_socket(struct sock_cfg *cfg, int32_t *fd, int32_t connect_flag);
  *
  * Thread-safe.
  */
-uint32_t create_thread(pthread_t *thread, const pthread_attr_t *attr, void *(*start)(void *), void *arg);
+uint32_t create_thread(pthread_t *thread, const pthread_attr_t *attr, void *(*start)(void *),
+                       void *arg) BOARDDIAG_CHECKED;
 
 /**
  * Creates the socket of a client and starts its threads. What was set up before a failure stays: an open
@@ -339,7 +341,7 @@ uint32_t create_thread(pthread_t *thread, const pthread_attr_t *attr, void *(*st
  */
 uint32_t create_sock_threads(const pthread_attr_t *tx_attr, const pthread_attr_t *rx_attr,
                              struct tool_info *tool, void *(*tx_start)(void *), void *(*rx_start)(void *),
-                             int32_t connect_flag);
+                             int32_t connect_flag) BOARDDIAG_CHECKED;
 
 /**
  * The transmit thread: registers timeout_update() for every tick, then sends what is due whenever a request
@@ -421,7 +423,8 @@ void update_busbroker_req_fields(struct busbroker_req_resp *req, uint32_t addr, 
  * Thread-safe on different records, whose transaction ids must differ while they are pending on one client.
  */
 uint32_t request_busbroker(struct busbroker_req_resp *req, struct tool_info *tool, const char *dev_id,
-                           const char *dev_name, uint32_t req_prio, uint32_t req_type, uint32_t transac_ind);
+                           const char *dev_name, uint32_t req_prio, uint32_t req_type,
+                           uint32_t transac_ind) BOARDDIAG_CHECKED;
 
 /**
  * Appends a frame to the transmit queue, due at once, and wakes the transmit thread.
@@ -438,7 +441,7 @@ uint32_t request_busbroker(struct busbroker_req_resp *req, struct tool_info *too
  * Thread-safe; takes tx_mutex.
  */
 uint32_t queue_tx_buf(struct tool_info *tool, char *frame, uint32_t length, uint32_t interval, uint8_t flags,
-                      uint32_t transac_id);
+                      uint32_t transac_id) BOARDDIAG_CHECKED;
 
 /**
  * Waits until a queued request is over and removes it, and its response, from the queues.
@@ -452,7 +455,7 @@ uint32_t queue_tx_buf(struct tool_info *tool, char *frame, uint32_t length, uint
  *
  * Thread-safe; takes tx_mutex and rx_mutex. Woken as soon as a status is filed, looks at least every 0.5 s.
  */
-uint32_t check_resp_buf(struct tool_info *tool, uint32_t transac_id, uint8_t *resp_buf);
+uint32_t check_resp_buf(struct tool_info *tool, uint32_t transac_id, uint8_t *resp_buf) BOARDDIAG_CHECKED;
 
 /**
  * Removes a request from the transmit queue and releases it.

@@ -200,7 +200,7 @@ void diag_system_init(const char *name);
  *
  * Concurrent calls need different FIFO paths.
  */
-uint32_t nvramtool_query(const char *pipe, void *record, bool busbroker);
+uint32_t nvramtool_query(const char *pipe, void *record, bool busbroker) BOARDDIAG_CHECKED;
 
 /**
  * Raises the verbosity to that of a valid NVRAM record; never lowers it.
@@ -340,7 +340,7 @@ uint32_t prepare_mask(uint32_t end, uint32_t start);
  * @param result receives the value; untouched on failure. Not null.
  * @return 0; -1, without a report, when `width` or `frac` is out of range.
  */
-int get_twos_complement_val(uint32_t raw, int width, int frac, float *result);
+int get_twos_complement_val(uint32_t raw, int width, int frac, float *result) BOARDDIAG_CHECKED;
 
 /**
  * The byte with its bits in reverse order: reverse_bits(0x01) is 0x80.
@@ -451,7 +451,7 @@ void print_element(struct _xmlNode *node);
  *
  * Thread-safe on ranges of its own.
  */
-uint32_t update_buf(uint8_t *dst, uint32_t n, const uint8_t *src);
+uint32_t update_buf(uint8_t *dst, uint32_t n, const uint8_t *src) BOARDDIAG_CHECKED;
 
 /* ---- Console input (core/input) ----
  * Both calls read the stream stdin, so that characters that one leaves in its buffer are the next that the
@@ -515,7 +515,7 @@ char *build_config_filename(const char *base);
  *
  * Thread-safe.
  */
-uint32_t get_cpu_arch(int *arch);
+uint32_t get_cpu_arch(int *arch) BOARDDIAG_CHECKED;
 
 /**
  * Whether a file of the diagnostics' bin folder can be read: $LD_LIBRARY_PATH/../bin/NAME, the variable being

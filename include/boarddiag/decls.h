@@ -1,19 +1,20 @@
 /* SPDX-License-Identifier: MIT */
 /**
  * @file
- * What encloses the declarations of every public header: C linkage, and visibility in a shared build.
+ * What encloses the declarations of every public header: C linkage, visibility in a shared build, and what a
+ * program may ask of its compiler.
  */
 #ifndef BOARDDIAG_DECLS_H
 #define BOARDDIAG_DECLS_H
 
 #if defined(__clang__) && !defined(__cplusplus)
-/** Lets a C89 program that is compiled with -pedantic-errors meet bool, which <stdbool.h> has there too. */
 #define BOARDDIAG_C99_PUSH                                                                                   \
     _Pragma("clang diagnostic push") _Pragma("clang diagnostic ignored \"-Wc99-extensions\"")
-/** Ends #BOARDDIAG_C99_PUSH. */
 #define BOARDDIAG_C99_POP _Pragma("clang diagnostic pop")
 #else
+/** Lets a C89 program that is compiled with -pedantic-errors meet bool, which <stdbool.h> has there too. */
 #define BOARDDIAG_C99_PUSH
+/** Ends #BOARDDIAG_C99_PUSH. */
 #define BOARDDIAG_C99_POP
 #endif
 
@@ -28,6 +29,14 @@
 #define BOARDDIAG_VISIBILITY_PUSH
 #define BOARDDIAG_VISIBILITY_POP
 #define BOARDDIAG_PRINTF(format_index, first_arg)
+#endif
+
+#if defined(DIAG_WARN_UNUSED) && defined(__GNUC__)
+#define BOARDDIAG_CHECKED __attribute__((warn_unused_result))
+#else
+/** Warns of a call whose status nobody looks at. For programs that define DIAG_WARN_UNUSED before they
+ * include a header. */
+#define BOARDDIAG_CHECKED
 #endif
 
 #ifdef __cplusplus

@@ -111,7 +111,8 @@ struct proc_info {
  *         #DIAG_ERR_INVALID_ARG for a null `tree` or when the walk ended on an interface;
  *         #DIAG_ERR_NO_MEMORY when it ended for want of memory.
  */
-uint32_t update_pf_tree(struct pf_dev *devs, struct pf_tree *tree, bool daemon, struct proc_info *proc_info);
+uint32_t update_pf_tree(struct pf_dev *devs, struct pf_tree *tree, bool daemon,
+                        struct proc_info *proc_info) BOARDDIAG_CHECKED;
 
 /**
  * Places one device of an I2C interface by its identifier. Muxes and channels on its way that are not there
@@ -129,7 +130,7 @@ uint32_t update_pf_tree(struct pf_dev *devs, struct pf_tree *tree, bool daemon, 
  * way stays.
  */
 uint32_t update_dev_mux_interface_tree(struct pf_dev *dev, uint32_t if_num, struct if_tree *tree, bool daemon,
-                                       struct proc_info *proc_info);
+                                       struct proc_info *proc_info) BOARDDIAG_CHECKED;
 
 /**
  * Registers a device in a container, or finds or makes the node of a mux on a path.
@@ -153,7 +154,7 @@ uint32_t update_dev_mux_interface_tree(struct pf_dev *dev, uint32_t if_num, stru
  */
 uint32_t check_add_mux_entry(struct if_tree *container, struct pf_dev *dev, const char *name, uint32_t if_num,
                              struct mux_tree **node, bool register_dev, bool daemon,
-                             struct proc_info *proc_info);
+                             struct proc_info *proc_info) BOARDDIAG_CHECKED;
 
 /**
  * Enters a mux into the daemon's record. A part that is not known is reported and entered all the same.
@@ -163,7 +164,8 @@ uint32_t check_add_mux_entry(struct if_tree *container, struct pf_dev *dev, cons
  * @param proc_info the record; it owns the new element.
  * @return 0; #DIAG_ERR_INVALID_ARG for null pointers or a higher interface number; #DIAG_ERR_NO_MEMORY.
  */
-uint32_t add_mux_entry_to_proc_info(struct pf_dev *mux, uint32_t if_num, struct proc_info *proc_info);
+uint32_t add_mux_entry_to_proc_info(struct pf_dev *mux, uint32_t if_num,
+                                    struct proc_info *proc_info) BOARDDIAG_CHECKED;
 
 /**
  * Makes a node an unregistered one without channels or neighbours; its name is not touched.
@@ -189,7 +191,7 @@ void set_mux_tree_defaults(struct mux_tree *node);
  */
 uint32_t update_bus_dev_acces_req_fields(struct busbroker_req_resp *req, int asset_flag, uint8_t bus_arg1,
                                          uint8_t bus_arg2, uint8_t bus_arg4, uint8_t bus_arg3,
-                                         const char *asset_id);
+                                         const char *asset_id) BOARDDIAG_CHECKED;
 
 /**
  * Asks the bus broker for access to a bus device, ten times at most, with a pause of 10 s after each failure.
@@ -210,7 +212,7 @@ uint32_t update_bus_dev_acces_req_fields(struct busbroker_req_resp *req, int ass
  */
 uint32_t request_bus_dev_access(struct busbroker_req_resp *req, struct tool_info *tool, uint8_t bus_arg1,
                                 uint8_t bus_arg2, int asset_flag, uint8_t bus_arg3, const char *asset_id,
-                                const char *dev_id, const char *dev_name, timer_t timer);
+                                const char *dev_id, const char *dev_name, timer_t timer) BOARDDIAG_CHECKED;
 
 /* ---- Dynamic device identifiers (devtree/dynamic_id) ---- */
 
@@ -232,7 +234,7 @@ struct dyn_dev_id {
  * @return 0, or #DIAG_ERR_INVALID_ARG for a null record.
  */
 uint32_t update_dyn_dev_access_req_fields(struct busbroker_req_resp *req, uint16_t otf_id, uint16_t otf_arg,
-                                          uint8_t *resp_buf);
+                                          uint8_t *resp_buf) BOARDDIAG_CHECKED;
 
 /**
  * The identifier of a number: from the list when it is there, else from the bus broker, which is asked ten
@@ -254,7 +256,7 @@ uint32_t update_dyn_dev_access_req_fields(struct busbroker_req_resp *req, uint16
  */
 uint32_t request_otf_dev_id(struct busbroker_req_resp *req, struct tool_info *tool, const char *dev_id,
                             const char *dev_name, timer_t timer, int number, uint16_t otf_arg,
-                            const char **name, struct dyn_dev_id **list);
+                            const char **name, struct dyn_dev_id **list) BOARDDIAG_CHECKED;
 
 /**
  * Appends an identifier to a list.

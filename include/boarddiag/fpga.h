@@ -65,7 +65,7 @@ struct mbox_indr_dev_cfg {
  */
 uint32_t lpctool_get_mbox(const struct mbox_info *mbox, uint32_t reg, uint8_t *data,
                           struct busbroker_req_resp *req, struct tool_info *tool, const char *dev_id,
-                          const char *dev_name, uint32_t code, uint8_t busbroker);
+                          const char *dev_name, uint32_t code, uint8_t busbroker) BOARDDIAG_CHECKED;
 
 /**
  * Writes one internal FPGA register: writes the two bytes of its address, then the data register.
@@ -87,7 +87,7 @@ uint32_t lpctool_get_mbox(const struct mbox_info *mbox, uint32_t reg, uint8_t *d
  */
 uint32_t lpctool_set_mbox(const struct mbox_info *mbox, uint32_t reg, uint32_t value,
                           struct busbroker_req_resp *req, struct tool_info *tool, const char *dev_id,
-                          const char *dev_name, uint8_t busbroker);
+                          const char *dev_name, uint8_t busbroker) BOARDDIAG_CHECKED;
 
 /**
  * Looks a device up in a list of mailbox devices.
@@ -150,7 +150,7 @@ struct lpc_indr_info {
  */
 uint32_t lpctool_indr_read(const struct lpc_indr_info *info, struct busbroker_req_resp *req,
                            struct tool_info *tool, const char *dev_id, const char *dev_name, timer_t timer,
-                           uint8_t busbroker);
+                           uint8_t busbroker) BOARDDIAG_CHECKED;
 
 /**
  * Runs an indirect write: sends the command and its data, and waits until the FPGA has processed them.
@@ -172,7 +172,7 @@ uint32_t lpctool_indr_read(const struct lpc_indr_info *info, struct busbroker_re
  */
 uint32_t lpctool_indr_write(const struct lpc_indr_info *info, struct busbroker_req_resp *req,
                             struct tool_info *tool, const char *dev_id, const char *dev_name, timer_t timer,
-                            uint8_t busbroker);
+                            uint8_t busbroker) BOARDDIAG_CHECKED;
 
 /* ---- Operations with mode control (fpga/operation) ---- */
 
@@ -227,7 +227,7 @@ struct fpga_dev_info {
  * Not to run concurrently with other accesses of the FPGA.
  */
 uint32_t set_fpga_mode(const struct fpga_mode_info *mode_info, const struct mbox_info *mbox,
-                       uint32_t fpga_mode, uint8_t busbroker);
+                       uint32_t fpga_mode, uint8_t busbroker) BOARDDIAG_CHECKED;
 
 /**
  * Starts a chunk and waits for its acknowledgement, polled every 0.1 s. Only the first 20 reads count; one
@@ -243,7 +243,7 @@ uint32_t set_fpga_mode(const struct fpga_mode_info *mode_info, const struct mbox
  * Not to run concurrently with other accesses of the FPGA.
  */
 uint32_t check_fpga_op_ack(const struct mbox_info *mbox, const struct fpga_reg_map *reg_map,
-                           uint8_t busbroker);
+                           uint8_t busbroker) BOARDDIAG_CHECKED;
 
 /**
  * Runs an operation: enters test mode, writes device number and operation code, and moves the data in chunks
@@ -265,7 +265,7 @@ uint32_t check_fpga_op_ack(const struct mbox_info *mbox, const struct fpga_reg_m
  */
 uint32_t lpctool_mbox_indr_access_op(uint32_t op, struct fpga_dev_info *dev,
                                      const struct fpga_reg_map *reg_map, uint8_t *buf, uint32_t len,
-                                     uint8_t busbroker);
+                                     uint8_t busbroker) BOARDDIAG_CHECKED;
 
 BOARDDIAG_END_DECLS
 

@@ -54,7 +54,7 @@ extern struct timeout_call *time_out_calls_list[3];
  *
  * Thread-safe; changes the signal mask of the calling thread only.
  */
-uint32_t init_timer(uint32_t mode, timer_t *timer, int32_t timeout_type);
+uint32_t init_timer(uint32_t mode, timer_t *timer, int32_t timeout_type) BOARDDIAG_CHECKED;
 
 /**
  * The handler of SIGALRM: one tick, timeout_calls(). Leaves errno as it was.
@@ -85,7 +85,7 @@ void timeout_calls(void);
  *
  * Thread-safe, also against a tick in any thread. Not to be called from a signal handler.
  */
-bool register_timeout_calls(int32_t type, timeout_call_fn callback, void *arg);
+bool register_timeout_calls(int32_t type, timeout_call_fn callback, void *arg) BOARDDIAG_CHECKED;
 
 /**
  * Sleeps until a polling timer that is armed for this call has run out. A signal neither shortens nor
