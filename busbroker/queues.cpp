@@ -3,8 +3,8 @@
 #include "busbroker/queues.h"
 
 #include <atomic>
-#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <unistd.h>
 
 #include "busbroker/futex.h"
@@ -84,7 +84,7 @@ void complete(tool_info *tool, busbroker_call *call, const char *word)
         return;
     }
     call->answered = true;
-    snprintf(call->word, sizeof call->word, "%s", word);
+    memcpy(call->word, word, strnlen(word, sizeof call->word - 1)); // which was cleared
     if (boarddiag::is_transmitting(tool)) {
         boarddiag::send_due_requests(tool);
     }

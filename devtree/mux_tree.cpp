@@ -5,6 +5,7 @@
 
 #include <boarddiag/devtree.h>
 
+#include "core/reason.h"
 #include "core/report.h"
 #include "devtree/identifier.h"
 #include "devtree/tree_build.h"
@@ -167,6 +168,8 @@ uint32_t follow_hop(const char *function, const tree_build &build, pf_dev *dev, 
     int32_t sel = 0;
     const uint32_t status = read_channel(function, rest, &token, &sel);
     if (status != 0) {
+        boarddiag::set_reason("the channel behind %s in device id %s cannot be read", path->text,
+                              dev->dev_id);
         return status;
     }
     append(path, "-");
