@@ -12,14 +12,9 @@ using Commands = Calls;
 TEST_F(Commands, I2cWrites)
 {
     const std::string head = "i2ctool_set: i2ctool --write --bus=3 --addr=0x50 --width=";
-    struct {
-        decltype(i2ctool_set) *set;
-        uint16_t reg;
-        const struct reg_info *info;
-        int32_t count, flag;
-        uint8_t broker;
-        std::string tail;
-    } const cases[] = {
+    using row =
+        std::tuple<decltype(i2ctool_set) *, uint16_t, const reg_info *, int, int, uint8_t, std::string>;
+    const row cases[] = {
         {i2ctool_set, 0x110, &reg8_data8, 2, 0, 0, "8 --reg=0x10 --val=0x01,0xab"},
         {i2ctool_set, 0x12, &reg8_data16, 2, 0, 7, "16 --busbroker_req --reg=0x12 --val=0x01,0xab"},
         {i2ctool_set, 0x14, &reg8_data8, 1, 2, 0, "8 --flag= --reg=0x14 --val=0x01"},
@@ -30,8 +25,8 @@ TEST_F(Commands, I2cWrites)
         {i2ctool_set_no_cntrl, 0, &reg8_data8, 0, 1, 1,
          "8 --flag=pec --busbroker_req --no_control --reg=0x00 --val="},
     };
-    for (const auto &c : cases) {
-        expect(head + c.tail + "\n", 0, c.set, "3", 0x50, c.reg, c.info, two, c.count, c.flag, c.broker);
+    for (const auto &[set, reg, info, count, flag, broker, tail] : cases) {
+        expect(head + tail + "\n", 0, set, "3", 0x50, reg, info, two, count, flag, broker);
     }
     EXPECT_EQ(board.image("i2c/3/0x50.bin", 0x10, 7), (bytes{0x01, 0xab, 0x01, 0xab, 0x01, 0x01, 0x01}));
 }
@@ -39,14 +34,9 @@ TEST_F(Commands, I2cWrites)
 TEST_F(Commands, I2cReads)
 {
     const reg_info reg8_le = {REG8, DATA8, 1};
-    struct {
-        decltype(i2ctool_get) *get;
-        uint16_t reg;
-        const reg_info *info;
-        int32_t count;
-        std::string tail;
-        uint8_t first; // byte of the answer; the others count on
-    } const cases[] = {
+    // The last is the first byte of the answer; the others count on.
+    using row = std::tuple<decltype(i2ctool_get) *, uint16_t, const reg_info *, int, std::string, uint8_t>;
+    const row cases[] = {
         {i2ctool_get, 0x10, &reg8_data8, 4, "8 --reg=0x10", 0x10},
         {i2ctool_get, 0x1234, &reg8_le, 1, "8 --reg=0x34 --reg_le", 0x34},
         {i2ctool_get_no_cntrl, 0x134, &reg16_data8_le, 2, "8 --no_control --reg16=0x0134 --reg_le", 0x35},
@@ -55,17 +45,17 @@ TEST_F(Commands, I2cReads)
         {i2ctool_get, 0x00, &reg8_data8, 0, "8 --reg=0x00", 0xee}, // read nothing, whatever the tool does
         {i2ctool_get, 0x00, &reg8_data8, -1, "8 --reg=0x00", 0xee},
     };
-    for (const auto &c : cases) {
-        const bool fails = c.count < 0; // in the tool, which takes no such count
-        bytes stored(static_cast<size_t>(std::max(c.count, 0)));
-        std::iota(stored.begin(), stored.end(), c.first);
+    for (const auto &[get, reg, info, count, tail, first] : cases) {
+        const bool fails = count < 0; // in the tool, which takes no such count
+        bytes stored(static_cast<size_t>(std::max(count, 0)));
+        std::iota(stored.begin(), stored.end(), first);
         stored.push_back(0xee);
-        expect("i2ctool_get: i2ctool --read --bus=3 --addr=0x51 --count=" + std::to_string(c.count) +
-                   " --pipe=" + path + " --width=" + c.tail + "\n" +
+        expect("i2ctool_get: i2ctool --read --bus=3 --addr=0x51 --count=" + std::to_string(count) +
+                   " --pipe=" + path + " --width=" + tail + "\n" +
                    (fails ? error_line("i2ctool_get", "FAILED <<<---\nError Reading from I2C\n")
-                          : std::to_string(c.count) + " bytes read from the fifo\n"),
-               fails ? 512 : 0, c.get, "3", 0x51, c.reg, c.info, c.count, pipe, dest);
-        EXPECT_EQ(got(stored.size()), stored) << c.tail;
+                          : std::to_string(count) + " bytes read from the fifo\n"),
+               fails ? 512 : 0, get, "3", 0x51, reg, info, count, pipe, dest);
+        EXPECT_EQ(got(stored.size()), stored) << tail;
     }
 }
 

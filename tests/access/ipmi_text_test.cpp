@@ -7,11 +7,7 @@ using bytes = std::vector<uint8_t>;
 
 TEST(IpmiText, PairsAnywhereInALine)
 {
-    struct {
-        std::string line;
-        size_t room;
-        bytes stored;
-    } const cases[] = {
+    const std::tuple<std::string, size_t, bytes> cases[] = {
         {" 1a 2b\n", 9, {0x1a, 0x2b}},
         {"1a2b3", 9, {0x1a, 0x2b, 0x03}},      // a half pair is its one digit
         {"  1 2\n", 9, {0x01, 0x02}},          // "1 " and "2"
@@ -22,10 +18,10 @@ TEST(IpmiText, PairsAnywhereInALine)
         {"  \n", 9, {}},
         {"", 9, {}},
     };
-    for (const auto &c : cases) {
-        bytes dest(c.room);
-        dest.resize(boarddiag::store_pairs(c.line, dest));
-        EXPECT_EQ(dest, c.stored) << c.line;
+    for (const auto &[line, room, stored] : cases) {
+        bytes dest(room);
+        dest.resize(boarddiag::store_pairs(line, dest));
+        EXPECT_EQ(dest, stored) << line;
     }
 }
 
@@ -44,10 +40,7 @@ bytes pairs_of(taker take, const std::string &text, size_t room)
 TEST(IpmiText, PairsAtTheirPlaces)
 {
     const bytes counted{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 0x10, 0x11, 0};
-    struct {
-        std::string text;
-        bytes lines, block;
-    } const cases[] = {
+    const std::tuple<std::string, bytes, bytes> cases[] = {
         {" 1a 2b\n 3c\n", {0x1a, 0x2b, 0x3c, 0}, {0x1a, 0x2b, 0x03, 0}},
         {" 1a    2b  \n 3c", {0x1a, 0, 0x2b, 0x3c}, {0x1a, 0, 0x2b, 0}}, // blanks inside a line are a 0
         {" 1a 2", {0x1a, 0x02, 0}, {0x1a, 0x02, 0}},
@@ -59,9 +52,9 @@ TEST(IpmiText, PairsAtTheirPlaces)
         {"", {0, 0}, {0, 0}},
         {" 00 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f\n 10 11\n", counted, counted},
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ(pairs_of(boarddiag::take_lines, c.text, c.lines.size()), c.lines) << c.text;
-        EXPECT_EQ(pairs_of(boarddiag::take_block, c.text, c.block.size()), c.block) << c.text;
+    for (const auto &[text, lines, block] : cases) {
+        EXPECT_EQ(pairs_of(boarddiag::take_lines, text, lines.size()), lines) << text;
+        EXPECT_EQ(pairs_of(boarddiag::take_block, text, block.size()), block) << text;
     }
 }
 

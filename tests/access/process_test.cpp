@@ -15,11 +15,7 @@ TEST_F(Process, ArgumentVectors)
 {
     const std::string program = become("printf '[%s]' \"$@\" $MARK >" + path), long_pipe(3000, 'p');
     setenv("MARK", "environment", 1);
-    struct {
-        decltype(epoll_generic_get) *call;
-        const char *argument, *extra;
-        std::string expected;
-    } const cases[] = {
+    const std::tuple<decltype(epoll_generic_get) *, const char *, const char *, std::string> cases[] = {
         {epoll_generic_get, nullptr, nullptr, "[--get]"},
         {epoll_generic_get, "/tmp/ep", nullptr, "[--get][--pipe=/tmp/ep]"},
         {epoll_generic_get, nullptr, "a b", "[--get][a b]"},
@@ -28,10 +24,10 @@ TEST_F(Process, ArgumentVectors)
         {epoll_generic_set, "--val=1", "x", "[--set][--val=1][x]"},
         {epoll_generic_set, long_pipe.c_str(), nullptr, "[--set][" + long_pipe + "]"},
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ(c.call(program.c_str(), c.argument, c.extra), 0u);
+    for (const auto &[call, argument, extra, expected] : cases) {
+        EXPECT_EQ(call(program.c_str(), argument, extra), 0u);
         EXPECT_EQ(ended(), 0);
-        EXPECT_EQ(text_of(path), c.expected + "[environment]");
+        EXPECT_EQ(text_of(path), expected + "[environment]");
     }
 }
 

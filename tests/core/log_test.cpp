@@ -5,21 +5,18 @@
 
 TEST(Log, EachSinkHasItsOwnThreshold)
 {
-    struct {
-        int verb, log, level;
-        bool printed, logged;
-    } const cases[] = {
+    const std::tuple<int, int, int, bool, bool> cases[] = {
         // Only -1 is the error level.
         {0, 0, 0, true, true},    {0, 0, 1, false, false},   {3, 0, 2, true, false},
         {0, 3, 2, false, true},   {-1, -1, 0, false, false}, {7, 0, 7, true, false},
         {-1, -1, -2, true, true}, {-3, 0, -2, false, true},
     };
-    for (const auto &c : cases) {
-        set_verb_level(c.verb);
-        set_log_level(c.log);
-        const auto told = capture([&] { diag_print(c.level, "value %d\n", 5); });
-        EXPECT_EQ(told.console, c.printed ? "value 5\n" : "") << c.verb << ' ' << c.level;
-        EXPECT_EQ(told.log, c.logged ? "<6>value 5\n" : "") << c.log << ' ' << c.level;
+    for (const auto &[verb, log, level, printed, logged] : cases) {
+        set_verb_level(verb);
+        set_log_level(log);
+        const auto told = capture([l = level] { diag_print(l, "value %d\n", 5); });
+        EXPECT_EQ(told.console, printed ? "value 5\n" : "") << verb << ' ' << level;
+        EXPECT_EQ(told.log, logged ? "<6>value 5\n" : "") << log << ' ' << level;
     }
     EXPECT_EQ(get_verb_level(), -3);
 }

@@ -6,23 +6,20 @@
 TEST(Startup, VerbosityFromEnvironmentAndNvram)
 {
     const sim_board board;
-    struct {
-        const char *verb_level;
-        uint8_t valid;
-        int32_t nvram;
-        int before, after;
-    } const cases[] = {
-        {"2", 1, 1, 0, 2},    {"2", 1, 3, 0, 3},          {"-1", 1, -1, 0, -1},
-        {"4", 0, 3, 0, 0},    {"abc", 0, 3, 2, 0},        {nullptr, 0, 3, 2, 2},
-        {"-1", 1, 90, 0, 90}, {"4294967298", 0, 0, 0, sizeof(long) > 4 ? 2 : 0}, {"0", 255, 1, 3, 1},
+    const std::tuple<const char *, uint8_t, int32_t, int, int> cases[] = {
+        {"2", 1, 1, 0, 2},    {"2", 1, 3, 0, 3},
+        {"-1", 1, -1, 0, -1}, {"4", 0, 3, 0, 0},
+        {"abc", 0, 3, 2, 0},  {nullptr, 0, 3, 2, 2},
+        {"-1", 1, 90, 0, 90}, {"4294967298", 0, 0, 0, sizeof(long) > 4 ? 2 : 0},
+        {"0", 255, 1, 3, 1},
     };
-    for (const auto &c : cases) {
-        const uint8_t sign = c.nvram < 0 ? 0xff : 0;
-        c.verb_level != nullptr ? setenv("VERB_LEVEL", c.verb_level, 1) : unsetenv("VERB_LEVEL");
-        board.set_image("nvram.bin", 1058, {c.valid, 0, static_cast<uint8_t>(c.nvram), sign, sign, sign});
-        set_verb_level(c.before);
+    for (const auto &[variable, valid, nvram, before, after] : cases) {
+        const uint8_t sign = nvram < 0 ? 0xff : 0;
+        variable != nullptr ? setenv("VERB_LEVEL", variable, 1) : unsetenv("VERB_LEVEL");
+        board.set_image("nvram.bin", 1058, {valid, 0, static_cast<uint8_t>(nvram), sign, sign, sign});
+        set_verb_level(before);
         capture([] { diag_system_init("test"); });
-        EXPECT_EQ(get_verb_level(), c.after) << (c.verb_level ? c.verb_level : "none") << ' ' << c.nvram;
+        EXPECT_EQ(get_verb_level(), after) << (variable ? variable : "none") << ' ' << nvram;
     }
 }
 

@@ -65,11 +65,8 @@ TEST(Indirect, TheStatusDecides)
 {
     std::vector<uint8_t> last(20); // set in time for the 21st attempt
     last.push_back(1);
-    const struct {
-        std::vector<uint8_t> status;
-        int attempts;
-        const char *told[2]; // of the status by reads and writes
-    } cases[] = {
+    // The status, and what reads and writes tell of it.
+    const std::tuple<std::vector<uint8_t>, int, std::array<const char *, 2>> cases[] = {
         {{0}, 21, {"0", "0"}}, {{0x30}, 1, {"48", "30"}}, {{0x81}, 1, {"", "81"}}, {last, 21, {"", ""}}};
     for (const auto &[status, attempts, tells] : cases) {
         for (const bool write : {false, true}) {
