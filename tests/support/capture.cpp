@@ -40,14 +40,28 @@ void openlog(const char *ident, int option, int facility)
     note("<open " + std::string(ident) + ' ' + std::to_string(option) + ' ' + std::to_string(facility) + '>');
 }
 
-void syslog(int priority, const char *format, ...)
+void vsyslog(int priority, const char *format, va_list args)
 {
     char text[4096];
+    vsnprintf(text, sizeof text, format, args);
+    note('<' + std::to_string(priority) + '>' + text);
+}
+
+void syslog(int priority, const char *format, ...)
+{
     va_list args;
     va_start(args, format);
-    vsnprintf(text, sizeof text, format, args);
+    vsyslog(priority, format, args);
     va_end(args);
-    note('<' + std::to_string(priority) + '>' + text);
+}
+
+// What a call of syslog() becomes with _FORTIFY_SOURCE.
+void __syslog_chk(int priority, int, const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    vsyslog(priority, format, args);
+    va_end(args);
 }
 
 void closelog(void)
