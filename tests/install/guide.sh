@@ -8,6 +8,18 @@ set -euo pipefail
 guide=$(realpath "$1")
 rm -rf "$2"
 mkdir -p "$2"
+if [[ $2 == *\ * ]]; then
+    # The guides' compiler lines take what pkg-config prints apart at its blanks: for them the folder above goes by a
+    # name that has none.
+    link=$(mktemp -d)
+    trap 'rm -rf "$link"' EXIT
+    : "${PKG_CONFIG_PATH:=}"
+    above=$(dirname "$2")
+    ln -s "$above" "$link/work"
+    set -- "$1" "$link/work/$(basename "$2")" "${@:3}"
+    export HOME="${HOME//"$above"/$link/work}" PATH="${PATH//"$above"/$link/work}"
+    export PKG_CONFIG_PATH="${PKG_CONFIG_PATH//"$above"/$link/work}"
+fi
 cd "$2"
 if [ $# -gt 2 ]; then
     mkdir build
