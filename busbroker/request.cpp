@@ -2,6 +2,7 @@
 // The call that sends a request to the bus broker and waits for its answer.
 #include <algorithm>
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -100,10 +101,16 @@ busbroker_tx_node *find_request(const tool_info *tool, uint32_t transac_id)
     return node;
 }
 
+constexpr const char no_thread_format[] = "The client has no transmit thread: request %u is not sent\n";
+
 // Without ticks a lost answer would be waited for without end and without a word. The queue ages when a tick
-// came and somebody made a transmit pass; that nothing did so for many ticks is told once for a client.
-[[gnu::cold]] void watch_ageing(tool_info *tool, busbroker_call *call)
+// came and somebody made a transmit pass; that nothing did so for many ticks is told once for a client. A program
+// whose own thread sends the requests sees to their age itself.
+[[gnu::cold]] void watch_ageing(tool_info *tool, const busbroker_tx_node &request, busbroker_call *call)
 {
+    if (!boarddiag::is_transmitting(tool) && request.send_count != 0) {
+        return;
+    }
     const int64_t now = boarddiag::now_ms();
     if (call->aged_ms == 0 || call->aged != tool->aged) {
         call->aged = tool->aged;
@@ -114,8 +121,17 @@ busbroker_tx_node *find_request(const tool_info *tool, uint32_t transac_id)
             0,
             boarddiag::is_transmitting(tool)
                 ? "No tick of a periodic timer comes: request %u will wait for a lost answer for ever\n"
-                : "The client has no transmit thread: request %u is not sent\n",
+                : no_thread_format,
             call->transac_id);
+    }
+}
+
+// Nobody watches over a request that is not waited for, so that no thread was ever made for it is told at once.
+void tell_no_thread(tool_info *tool, const busbroker_call *call)
+{
+    if (!boarddiag::is_transmitting(tool) && tool->tx_thread == pthread_t{} && tool->has_told_no_tick == 0) {
+        std::atomic_ref(tool->has_told_no_tick).store(1);
+        diag_print(0, no_thread_format, call->transac_id);
     }
 }
 
@@ -130,6 +146,7 @@ outcome look_locked(tool_info *tool, busbroker_call *call, uint8_t *resp_buf)
     }
     const bool exhausted = boarddiag::is_exhausted(*request);
     if (!exhausted && (request->flags & BB_REQ_NO_WAIT) != 0) {
+        tell_no_thread(tool, call);
         return outcome::success;
     }
     pthread_mutex_lock(&tool->rx_mutex);
@@ -144,7 +161,7 @@ outcome look_locked(tool_info *tool, busbroker_call *call, uint8_t *resp_buf)
         deque_tool_request(tool, call->transac_id);
         deque_tool_response(tool, call->transac_id);
     } else if (call->has_paused && tool->has_told_no_tick == 0) {
-        watch_ageing(tool, call);
+        watch_ageing(tool, *request, call);
     }
     pthread_mutex_unlock(&tool->rx_mutex);
     return result;
@@ -186,9 +203,14 @@ outcome look_for_answer(tool_info *tool, busbroker_call *call, uint8_t *resp_buf
     char address[boarddiag::address_size];
     const bool failed = call.send_error != 0;
 
-    boarddiag::set_reason("no answer from %s after %u sends in %.1f s%s%s",
-                          boarddiag::address_text(tool->sock_cfg, address), call.sends,
-                          static_cast<double>(boarddiag::now_ms() - call.first_sent_ms) / 1000,
+    char time[24] = "";
+
+    if (call.first_sent_ms != 0) { // else somebody sent it who is not of this library
+        snprintf(time, sizeof time, " in %.1f s",
+                 static_cast<double>(boarddiag::now_ms() - call.first_sent_ms) / 1000);
+    }
+    boarddiag::set_reason("no answer from %s after %u sends%s%s%s",
+                          boarddiag::address_text(tool->sock_cfg, address), call.sends, time,
                           failed ? ": " : "", failed ? strerror(call.send_error) : "");
 }
 
