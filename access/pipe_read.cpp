@@ -124,6 +124,7 @@ void boarddiag::show_text(int level, const char *format, std::string_view piece)
     char shown[shown_size];
 
     if (is_message_taken(level)) {
-        diag_print(level, format, printable(shown, piece.substr(0, piece.find('\0')), "\n"));
+        piece = {piece.data(), std::min(piece.find('\0'), piece.size())};
+        diag_print(level, format, printable(shown, piece, "\n"));
     }
 }

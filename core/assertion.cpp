@@ -9,8 +9,7 @@
 #ifdef _GLIBCXX_ASSERTIONS
 namespace std {
 
-[[noreturn]] void boarddiag_assert_fail(const char *file, int line, const char *function,
-                                        const char *condition) noexcept
+void boarddiag_assert_fail(const char *file, int line, const char *function, const char *condition) noexcept
 {
     fprintf(stderr, "%s:%d: %s: Assertion '%s' failed.\n", file, line, function, condition);
     abort();

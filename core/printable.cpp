@@ -40,7 +40,7 @@ size_t utf8_size(std::string_view text)
     const size_t size = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : lead >= 0xc2 ? 2 : 0;
 
     const bool is_whole = size != 0 && lead < 0xf5 && text.size() >= size &&
-                          std::ranges::all_of(text.substr(1, size - 1), is_continuation);
+                          std::ranges::all_of(std::string_view(text.data() + 1, size - 1), is_continuation);
     return is_whole ? size : 0;
 }
 
@@ -74,7 +74,7 @@ const char *boarddiag::printable(std::span<char> room, std::string_view text, st
         if (as_is == 0) {
             escape(text.front(), escaped);
         }
-        const std::string_view piece = as_is != 0 ? text.substr(0, as_is) : std::string_view(escaped);
+        const std::string_view piece = as_is != 0 ? std::string_view(text.data(), as_is) : escaped;
         if (length + piece.size() >= room.size()) {
             break;
         }
