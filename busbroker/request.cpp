@@ -104,8 +104,8 @@ busbroker_tx_node *find_request(const tool_info *tool, uint32_t transac_id)
 constexpr const char no_thread_format[] = "The client has no transmit thread: request %u is not sent\n";
 
 // Without ticks a lost answer would be waited for without end and without a word. The queue ages when a tick
-// came and somebody made a transmit pass; that nothing did so for many ticks is told once for a client. A program
-// whose own thread sends the requests sees to their age itself.
+// came and somebody made a transmit pass; that nothing did so for many ticks is told once for a client. A
+// program whose own thread sends the requests sees to their age itself.
 [[gnu::cold]] void watch_ageing(tool_info *tool, const busbroker_tx_node &request, busbroker_call *call)
 {
     if (!boarddiag::is_transmitting(tool) && request.send_count != 0) {
@@ -126,7 +126,8 @@ constexpr const char no_thread_format[] = "The client has no transmit thread: re
     }
 }
 
-// Nobody watches over a request that is not waited for, so that no thread was ever made for it is told at once.
+// Nobody watches over a request that is not waited for, so that no thread was ever made for it is told at
+// once.
 void tell_no_thread(tool_info *tool, const busbroker_call *call)
 {
     if (!boarddiag::is_transmitting(tool) && tool->tx_thread == pthread_t{} && tool->has_told_no_tick == 0) {
@@ -371,7 +372,10 @@ uint32_t check_resp_buf(struct tool_info *tool, uint32_t transac_id, uint8_t *re
         return DIAG_ERR_INVALID_ARG;
     }
     call.transac_id = transac_id;
-    call.resp_room = UINT32_MAX;
+    pthread_mutex_lock(&tool->tx_mutex);
+    const busbroker_call *waiting = *boarddiag::find_call(tool, transac_id);
+    call.resp_room = waiting != nullptr ? waiting->resp_room : UINT32_MAX;
+    pthread_mutex_unlock(&tool->tx_mutex);
     call.first_sent_ms = boarddiag::now_ms(); // as far as this caller knows
     return wait_for_answer(tool, &call, resp_buf);
 }

@@ -96,10 +96,6 @@ uint32_t update_request(struct busbroker_req_resp *req, const char *dev_id, cons
     if (!names_fit(__func__, dev_id, dev_name) || (!misses_bytes && !data_fit(__func__, *req, req_type))) {
         return DIAG_ERR_INVALID_ARG;
     }
-    if (misses_bytes) {
-        boarddiag::tell_refusal(1, "Rx NULL pointer as Write input buffer\n");
-        return DIAG_ERR_INVALID_ARG;
-    }
     req->dev_id = dev_id;
     req->dev_id_len = static_cast<uint8_t>(strlen(dev_id));
     req->dev_name = dev_name;
@@ -108,6 +104,10 @@ uint32_t update_request(struct busbroker_req_resp *req, const char *dev_id, cons
     req->req_type = req_type;
     req->transac_ind = static_cast<uint8_t>(transac_ind);
     free_req_texts(req);
+    if (misses_bytes) {
+        boarddiag::tell_refusal(1, "Rx NULL pointer as Write input buffer\n");
+        return DIAG_ERR_INVALID_ARG;
+    }
     uint32_t status = build_data(__func__, *req);
     if (status == 0) {
         status = build_support(__func__, *req);

@@ -89,6 +89,10 @@ const char *update_dyn_dev_id_list(struct dyn_dev_id **list, const char *text, i
         REPORT_ERROR(__func__, "Null pointers received\n");
         return nullptr;
     }
+    if (*text == '\0') {
+        REPORT_ERROR(__func__, "An empty text is no identifier\n");
+        return nullptr;
+    }
     auto *element = static_cast<dyn_dev_id *>(calloc(1, sizeof(dyn_dev_id)));
     if (element == nullptr) {
         REPORT_ERROR(__func__, "Couldn't allocate memory for new dynamic ID node\n");

@@ -55,7 +55,9 @@ enum {
  * always are (free_req_memory()). Texts end with a zero, the length fields hold their lengths. A zeroed
  * record is a valid start.
  *
- * No lock guards a record: it is used by one thread and for one request at a time.
+ * No lock guards a record: it is used by one thread and for one request at a time. A record that was used is
+ * not to be copied, but for its parameters: both copies would own its texts (free_req_texts() in front of the
+ * copy helps).
  */
 struct busbroker_req_resp {
     uint8_t tool_id;          /**< the diagnostic tool, at most 22 in a valid response */
@@ -181,8 +183,8 @@ struct tool_info {
  * Derives a request's texts, lengths and checksum from its parameters.
  *
  * Of the wire fields, all but tool_id, inst_id and transac_id are written anew; the data and support texts
- * that the record holds are released first. After a failure the record holds what was built before it, with
- * lengths that fit, and nothing of an earlier request: the other wire fields are zero.
+ * that the record holds are released once the arguments are found good. Refused arguments leave the record as
+ * it was; when memory runs out it holds what was built before, with lengths that fit.
  *
  * @param req         the record, with its request parameters set; its flags and retry_ms are not read. `data`
  *                    and `support_data` must be null or on the heap before the call.
@@ -347,10 +349,11 @@ uint32_t create_sock_threads(const pthread_attr_t *tx_attr, const pthread_attr_t
  * The transmit thread: registers timeout_update() for every tick, then sends what is due whenever a request
  * is queued or a tick comes, and sleeps in between.
  *
- * A due request is sent as one datagram, at most three times (a failed send counts twice) unless it has
- * #BB_REQ_NO_WAIT, and its countdown starts again. A request that waits for its answer holds back those
- * behind it, except with #BB_REQ_NO_WAIT, of which a pass skips four. An answered or abandoned one holds back
- * nobody.
+ * A due request is sent as one datagram, or whole into a stream, and its countdown starts again; unless it
+ * has #BB_REQ_NO_WAIT it is sent three times at most (a failed send counts twice) without an answer, of which
+ * an acknowledgement is one. A request that waits for its answer holds back those behind it, except with
+ * #BB_REQ_NO_WAIT, of which a pass skips four. An abandoned one holds back nobody, nor does one that is
+ * answered and whose caller waits in request_busbroker().
  *
  * @param tool the struct tool_info; a null one is reported and ends the thread.
  * @return null for a null client; otherwise it does not return.
@@ -407,7 +410,9 @@ void update_busbroker_req_fields(struct busbroker_req_resp *req, uint32_t addr, 
  * #BB_REQ_READ, at most 39 for a #BB_REQ_OTF_DEV_ID, none for other types. A request that is not answered is
  * sent again every retry_ms milliseconds and given up when it has been sent three times in vain. With
  * #BB_REQ_NO_WAIT the call returns at once and the request is sent again for ever. The record's transac_id is
- * one higher after the call, once the request was queued. No text of the record stays allocated.
+ * one higher after the call, once the request was queued or its id was refused. The record's data and support
+ * texts stay in it, to be looked at or framed again, until its next request or free_req_texts() releases
+ * them.
  *
  * @param req         the record, its parameters filled; `data` and `support_data` null or on the heap.
  * @param tool        the client whose threads run.
@@ -417,8 +422,10 @@ void update_busbroker_req_fields(struct busbroker_req_resp *req, uint32_t addr, 
  * @param req_type    request type, 0 to 6.
  * @param transac_ind transaction indication, 0 to 5.
  * @return 0 when the request succeeded (or need not be waited for); #DIAG_ERR_INVALID_ARG for a null pointer,
- *         parameters that update_request() refuses, a request that the broker refused or answered unreadably,
- *         and one that was given up; #DIAG_ERR_NO_MEMORY.
+ *         parameters that update_request() refuses, a transaction id that is pending on the client (reported,
+ *         nothing queued), a process that was forked from the one whose threads run (reported, nothing
+ * queued), a request that the broker refused or answered unreadably, and one that was given up;
+ * #DIAG_ERR_NO_MEMORY.
  *
  * Thread-safe on different records, whose transaction ids must differ while they are pending on one client.
  */
@@ -436,7 +443,8 @@ uint32_t request_busbroker(struct busbroker_req_resp *req, struct tool_info *too
  * @param interval   retransmission interval in milliseconds; 0 counts as one tick.
  * @param flags      BB_REQ_ flags.
  * @param transac_id the request's transaction id, unique among those pending on this client.
- * @return 0; #DIAG_ERR_NO_MEMORY; #DIAG_ERR_INVALID_ARG for a null client.
+ * @return 0; #DIAG_ERR_NO_MEMORY; #DIAG_ERR_INVALID_ARG for a null client, and in a process that was forked
+ * from the one whose threads run.
  *
  * Thread-safe; takes tx_mutex.
  */
@@ -451,7 +459,7 @@ uint32_t queue_tx_buf(struct tool_info *tool, char *frame, uint32_t length, uint
  * @param resp_buf   receives the response bytes of a success: all of them, except for a request of
  *                   request_busbroker(), whose bounds hold; null takes none.
  * @return 0 when it succeeded, or has #BB_REQ_NO_WAIT (it stays queued then); #DIAG_ERR_INVALID_ARG for a
- * null client, an id that is not queued, a failure status, and a request that was given up.
+ * null client, a forked process, an id that is not queued, a failure status, and a request that was given up.
  *
  * Thread-safe; takes tx_mutex and rx_mutex. Woken as soon as a status is filed, looks at least every 0.5 s.
  */

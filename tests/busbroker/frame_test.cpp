@@ -124,7 +124,7 @@ TEST(Frame, RefusedRequestsChangeNothing)
     r.record.write_data = nullptr; // is missed when all else is stored
     EXPECT_EQ(r.update(BB_REQ_WRITE, "", ""), DIAG_ERR_INVALID_ARG);
     EXPECT_STREQ(diag_reason(), "Rx NULL pointer as Write input buffer");
-    EXPECT_TRUE(r.record.dev_id_len == 0 && r.record.support_data_len == 255);
+    EXPECT_TRUE(r.record.dev_id_len == 0 && r.record.support_data_len == 0);
     EXPECT_EQ(update_request(nullptr, "", "", 0, 0, 0), DIAG_ERR_INVALID_ARG);
     free_req_texts(&r.record);
     free_req_texts(nullptr);

@@ -55,6 +55,7 @@ TEST(Queues, WaitingRequestHoldsBackUntilAnsweredOrGivenUp)
     *made = {strdup("3 "), 3, 2, 0, 0, 0, 0, nullptr};
     busbroker_call caller{};
     caller.transac_id = 2;
+    caller.resp_room = sizeof "bytes";
     tool->calls = &caller;
     EXPECT_EQ(pass(tool), "1 ");
     EXPECT_EQ(file(tool, BB_RESP_FAILED, 1), 0u);

@@ -350,6 +350,7 @@ const outcome no_data = error(no_memory, "update_request", "Couldn't allocate me
 TEST(FailingMemory, Requests)
 {
     tool_info *tool = new_client();
+    tool->tx_thread = pthread_self(); // as if the program's own sent
     busbroker_req_resp req = read_request(1);
     sweep_memory("request_busbroker", {no_data, no_support, no_frame, no_room}, [&](bool) {
         const uint32_t id = req.transac_id;
