@@ -90,6 +90,13 @@ outcome refused(const wrapper &w, const std::string &report)
     return report.empty() ? of_good_tool(w, 0) : outcome{status, 0, error_line(w.name, report + "\n")};
 }
 
+struct fault {
+    const char *name;
+    std::function<void()> begin, end;
+    std::function<outcome(const wrapper &)> expected;
+    bool leaves_fifos = false;
+};
+
 class World : public Calls {
   protected:
     struct result {
@@ -168,24 +175,27 @@ class World : public Calls {
     }
 
     /// Calls all under a fault, and once more when it is gone.
-    void meet(const std::string &name, const std::function<void()> &begin, const std::function<void()> &end,
-              const std::function<outcome(const wrapper &)> &expected, bool leaves_fifos = false)
+    void meet(const fault &f)
     {
-        SCOPED_TRACE(name);
-        const auto results = call_all(begin);
+        SCOPED_TRACE(f.name);
+        const auto results = call_all(f.begin);
         for (size_t i = 0; i < all.size(); i++) {
-            expect(all[i], results[i], good[i], expected(all[i]), leaves_fifos);
+            expect(all[i], results[i], good[i], f.expected(all[i]), f.leaves_fifos);
         }
         EXPECT_LE(std::ranges::count(told, '\n'), 1)
             << "more than ipmitool's line behind all reports: " << told;
-        end();
+        f.end();
         expect_good();
     }
 };
 
-TEST_F(World, FaultsOfToolsAndFolders)
+TEST_F(World, FaultsOfToolsFoldersAndDescriptors)
 {
     const std::string path_now = getenv("PATH");
+    struct rlimit found = {};
+    getrlimit(RLIMIT_NOFILE, &found);
+    const struct rlimit few = {32, found.rlim_max};
+    std::vector<int> used;
     const auto all_fail = [this](const std::string &how) {
         std::string lines;
         for (const char *tool :
@@ -195,11 +205,7 @@ TEST_F(World, FaultsOfToolsAndFolders)
         return [=, this] { board.set_faults(lines); };
     };
     const auto no_fault = [this] { board.set_faults(""); };
-    const struct {
-        const char *name;
-        std::function<void()> begin, end;
-        std::function<outcome(const wrapper &)> expected;
-    } faults[] = {
+    const fault faults[] = {
         {"exit", all_fail("exit 2"), no_fault, [](auto &w) { return of_failed_tool(w, 2 << 8); }},
         {"signal", all_fail("signal 9"), no_fault,
          [](auto &w) { return of_failed_tool(w, (128 + SIGKILL) << 8); }},
@@ -218,29 +224,15 @@ TEST_F(World, FaultsOfToolsAndFolders)
          [](auto &w) { return of_failed_tool(w, 127 << 8); }},
         {"no folder", [this] { folder += "/none"; }, [this] { folder = board.root; },
          [](auto &w) { return refused(w, w.create_failed); }},
+        {"no descriptor",
+         [&] {
+             setrlimit(RLIMIT_NOFILE, &few);
+             for (int fd; (fd = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)) >= 0;) { // which tools do not have
+                 used.push_back(fd);
+             }
+         },
+         [&] { std::ranges::for_each(used, close), setrlimit(RLIMIT_NOFILE, &found); },
+         [](auto &w) { return refused(w, w.open_failed); }, true},
     };
-    for (const auto &f : faults) {
-        meet(f.name, f.begin, f.end, f.expected);
-    }
-}
-
-TEST_F(World, NoDescriptorLeft)
-{
-    struct rlimit found = {};
-    getrlimit(RLIMIT_NOFILE, &found);
-    const struct rlimit few = {32, found.rlim_max};
-    std::vector<int> used;
-    meet(
-        "no descriptor",
-        [&] {
-            setrlimit(RLIMIT_NOFILE, &few);
-            for (int fd; (fd = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)) >= 0;) { // which tools do not have
-                used.push_back(fd);
-            }
-        },
-        [&] {
-            std::ranges::for_each(used, close);
-            setrlimit(RLIMIT_NOFILE, &found);
-        },
-        [](const wrapper &w) { return refused(w, w.open_failed); }, true);
+    std::ranges::for_each(faults, [this](const fault &f) { meet(f); });
 }
