@@ -58,11 +58,8 @@ TEST(Operation, EachFailedAccessHasItsMessageAndStatus)
     const std::string reset = "Unable to reset FPGA flag \n",
                       unwritten = "Failed to write to FPGA write register \n",
                       unread = "Failed to Read from FPGA read buffer \n";
-    const struct {
-        uint32_t op;
-        int from, to;              // accesses that fail
-        std::string message, last; // accesses
-    } cases[] = {
+    // The operation, from which access to which it fails, the message and the last accesses.
+    const std::tuple<uint32_t, int, int, std::string, std::string> cases[] = {
         {0, 0, 0, "unable to set FPGA in to test mode\n", "W30=71! "},
         {0, 2, 2, "Failed to write dev id\n", "W10=42! "},
         {0, 3, 3, "Failed to write to op_code register\n", "W12=c! "},
@@ -94,15 +91,9 @@ TEST(Operation, AModeAndTheEndOfAnOperationAreAcknowledgedInTime)
                       failed = error_line(name, "Current lpctool mbox indirect operation fail \n"),
                       late_mode = error_line("set_fpga_mode", "FPGA didn't respond to mode setting\n"),
                       unread_mode = unread + error_line("set_fpga_mode", "Reading FPGA status 9\n");
-    const struct {
-        int mode; // -1: an operation, which ends with one of two values
-        uint8_t done, fail;
-        size_t others; // read before this one
-        uint8_t value;
-        int failing, reads; // the read that fails; 0: none
-        bool good;
-        std::string output;
-    } cases[] = {
+    // A mode, or -1 and the values that end an operation; the value that is read behind so many others, the
+    // read that fails (0: none), the reads, whether all is well, and what is told.
+    const std::tuple<int, uint8_t, uint8_t, size_t, uint8_t, int, int, bool, std::string> cases[] = {
         {0, 0, 0, 0, 0x72, 0, 1, true, ""},
         {1, 0, 0, 20, 0x62, 0, 21, true, ""},
         {1, 0, 0, 21, 0x62, 0, 21, false, late_mode},
@@ -116,22 +107,20 @@ TEST(Operation, AModeAndTheEndOfAnOperationAreAcknowledgedInTime)
         {-1, 1, 2, 0, 1, 1, 2, true, unacknowledged},
         {-1, 0, 2, 0, 9, 1, 1, false, unacknowledged},
     };
-    for (const auto &c : cases) {
-        std::vector<uint8_t> values(c.others);
-        values.push_back(c.value);
-        fpga = {{{0x20, values}, {0x30, values}}, {{c.failing != 0 ? c.failing : 99, 9}}};
+    for (const auto &[mode, done, fail, others, value, failing, reads, good, output] : cases) {
+        std::vector<uint8_t> values(others);
+        values.push_back(value);
+        fpga = {{{0x20, values}, {0x30, values}}, {{failing != 0 ? failing : 99, 9}}};
         fpga_reg_map regs = map;
-        regs.op_done_val = c.done, regs.op_fail_val = c.fail;
-        EXPECT_EQ(told(c.good ? 0 : DIAG_ERR_INVALID_ARG,
-                       [&] {
-                           return c.mode < 0 ? check_fpga_op_ack(&test_mbox, &regs, 0)
-                                             : set_fpga_mode(&map.mode, &test_mbox,
-                                                             static_cast<uint32_t>(c.mode), 0);
-                       }),
-                  c.output);
-        std::string accesses = c.mode < 0 ? "W21=d0 " : c.mode == 0 ? "W30=71 " : "W30=61 ";
-        for (int n = 1; n <= c.reads; n++) {
-            accesses += (c.mode < 0 ? "S R20"s : "S R30"s) + (n == c.failing ? "! " : " ");
+        regs.op_done_val = done, regs.op_fail_val = fail;
+        const auto run = [m = mode, &regs] {
+            return m < 0 ? check_fpga_op_ack(&test_mbox, &regs, 0)
+                         : set_fpga_mode(&map.mode, &test_mbox, static_cast<uint32_t>(m), 0);
+        };
+        EXPECT_EQ(told(good ? 0 : DIAG_ERR_INVALID_ARG, run), output);
+        std::string accesses = mode < 0 ? "W21=d0 " : mode == 0 ? "W30=71 " : "W30=61 ";
+        for (int n = 1; n <= reads; n++) {
+            accesses += (mode < 0 ? "S R20"s : "S R30"s) + (n == failing ? "! " : " ");
         }
         EXPECT_EQ(fpga.accesses, accesses);
     }

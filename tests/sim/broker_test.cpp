@@ -6,12 +6,10 @@
 
 using change = std::function<void(busbroker_req_resp &)>;
 
-void keep(busbroker_req_resp &)
-{
-}
+const change none = [](busbroker_req_resp &) {};
 
 /// The frame of a request told as its type, device id and name, data and support; "-" is an empty text.
-std::string frame_of(const std::string &request, const change &apply = keep, bool is_response = false)
+std::string frame_of(const std::string &request, const change &apply = none, bool is_response = false)
 {
     std::string texts[4];
     busbroker_req_resp record = {};
@@ -31,7 +29,7 @@ std::string frame_of(const std::string &request, const change &apply = keep, boo
 }
 
 /// The response frame that answers a request with a data text.
-std::string answer_of(const std::string &request, std::string data, const change &apply = keep)
+std::string answer_of(const std::string &request, std::string data, const change &apply = none)
 {
     const auto answer = [&](busbroker_req_resp &r) {
         apply(r), r.data = data.data(), r.support_data = nullptr;
