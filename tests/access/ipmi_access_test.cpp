@@ -49,7 +49,7 @@ TEST_F(IpmiAccess, RegisterWrites)
     }
     EXPECT_EQ(board.image("i2c/3/0x50.bin", 0x20, 2), (bytes{1, 2}));
     board.clear_commands();
-    diagtest::console_of([&] { EXPECT_EQ(ipmitool_set("0-3", 0x50, 0, &reg8_data16, dest, 301, 0), 0u); });
+    console_of([&] { EXPECT_EQ(ipmitool_set("0-3", 0x50, 0, &reg8_data16, dest, 301, 0), 0u); });
     EXPECT_EQ(board.commands().size(), 128u); // of 256 bytes
 }
 
@@ -127,7 +127,7 @@ TEST_F(IpmiAccess, RawRequests)
 TEST_F(IpmiAccess, LongAndEndlessOutputs)
 {
     become("i=0; while [ $i -lt 600 ]; do printf ' %02x' $((i % 256)); i=$((i + 1)); done"); // one line
-    diagtest::console_of([&] { EXPECT_EQ(ipmitool2_get(6, 1, 0, nullptr, 600, dest), 0u); });
+    console_of([&] { EXPECT_EQ(ipmitool2_get(6, 1, 0, nullptr, 600, dest), 0u); });
     for (size_t i = 0; i < 600; i++) {
         ASSERT_EQ(dest[i], i % 256) << i;
     }
@@ -148,7 +148,7 @@ TEST_F(IpmiAccess, LongAndEndlessOutputs)
     };
     for (const auto &c : endless) {
         become(c.script + " 2>/dev/null"s);
-        diagtest::console_of([&] {
+        console_of([&] {
             EXPECT_EQ(ipmitool_get("0-3", 0x50, 0, &reg8_data8, 3, nullptr, dest), c.status[0]) << c.script;
             EXPECT_EQ(ipmitool2_set(6, 1, 0, nullptr, 2, dest + 3), c.status[1]) << c.script;
             EXPECT_EQ(ipmii2c_get("0-3", 0xa0, 0, &reg8_data8, 2, nullptr, dest + 5), c.status[2])
@@ -179,7 +179,7 @@ TEST_F(IpmiAccess, BridgedRequests)
     expect(swap + take + "0xa2 0x01 0x01 0x02 2>/dev/null\nipmii2c_get: 34\n\n1 bytes read from the fifo\n",
            0, ipmii2c2_get, "1--3", 0xa2, 0x102, &reg16_data8, 1, dest + 4);
     EXPECT_EQ(got(6), (bytes{0x34, 0x12, 0x78, 0x56, 0x34, 0xee}));
-    diagtest::console_of([&] { ipmii2c_get("0-3", 0xa2, 0x100, &reg16_data8, 255, nullptr, dest); });
+    console_of([&] { ipmii2c_get("0-3", 0xa2, 0x100, &reg16_data8, 255, nullptr, dest); });
     EXPECT_EQ(got(255), board.image("i2c/3/0x51.bin", 0x100, 255));
 }
 

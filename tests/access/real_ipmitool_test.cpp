@@ -1,9 +1,7 @@
 /* SPDX-License-Identifier: MIT */
 // The public ipmitool against a simulated management controller, on the loopback interface. Skipped where
 // either is not installed.
-#include <csignal>
 #include <numeric>
-#include <sstream>
 
 #include "access/calls.h"
 #include "busbroker/loopback.h"
@@ -35,14 +33,14 @@ class RealIpmitool : public Calls {
 
     void SetUp() override
     {
-        std::istringstream installed(diagtest::run_shell("PATH=/usr/local/bin:/usr/bin:/usr/sbin\n"
-                                                         "command -v ipmitool && command -v ipmi_sim")
+        std::istringstream installed(run_shell("PATH=/usr/local/bin:/usr/bin:/usr/sbin\n"
+                                               "command -v ipmitool && command -v ipmi_sim")
                                          .out);
         std::string tool, simulator, conf = lan_conf;
         if (!(installed >> tool >> simulator)) {
             GTEST_SKIP() << "ipmitool or ipmi_sim is not installed (scripts/setup --full installs both)";
         }
-        const tool_info *holder = diagtest::new_client(); // of a port that is free
+        const tool_info *holder = new_client(); // of a port that is free
         const uint16_t port = ntohs(holder->sock_cfg.sock_addr.sin_port);
         close(holder->sock_fd);
         std::ofstream(board.root + "/lan.conf") << conf.replace(conf.find("PORT"), 4, std::to_string(port));
@@ -57,7 +55,7 @@ class RealIpmitool : public Calls {
         char bound[80];
         snprintf(bound, sizeof bound, "timeout 5 sh -c 'until grep -q :%04X /proc/net/udp; do :; done'",
                  port);
-        ASSERT_EQ(diagtest::run_shell(bound).status, 0);
+        ASSERT_EQ(run_shell(bound).status, 0);
     }
 
     void TearDown() override

@@ -2,9 +2,6 @@
 
 #include "support/capture.h"
 
-using diagtest::console_of;
-using diagtest::error_line;
-
 namespace {
 
 struct request {

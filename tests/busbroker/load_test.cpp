@@ -1,9 +1,7 @@
 /* SPDX-License-Identifier: MIT */
 // A client under load, set up as a program does it, through the simulated broker that loses, doubles, delays
 // and reorders its answers.
-#include <atomic>
 #include <malloc.h>
-#include <thread>
 
 #include "busbroker/loopback.h"
 #include "support/sim_board.h"
@@ -56,7 +54,7 @@ void load(tool_info *tool, uint32_t first, uint32_t count)
         });
     }
     threads.clear();
-    EXPECT_TRUE(diagtest::is_idle(tool));
+    EXPECT_TRUE(is_idle(tool));
 }
 
 } // namespace
@@ -64,9 +62,9 @@ void load(tool_info *tool, uint32_t first, uint32_t count)
 TEST(Load, EachCallerGetsItsOwnBytesFromAnUnreliableBroker)
 {
     constexpr uint32_t rounds = requests / callers / 2;
-    const diagtest::sim_board board;
-    diagtest::sim_broker broker({"--seed=4", "--lose=5", "--double=5", "--delay=5:8", "--reorder=5"});
-    tool_info *tool = diagtest::start_client(broker.port, 0);
+    const sim_board board;
+    sim_broker broker({"--seed=4", "--lose=5", "--double=5", "--delay=5:8", "--reorder=5"});
+    tool_info *tool = start_client(broker.port, 0);
     load(tool, 0, rounds / 5);
     const size_t before = mallinfo2().uordblks; // 0 with a sanitizer, which finds leaks itself
     load(tool, rounds / 5, rounds - rounds / 5);

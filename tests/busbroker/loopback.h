@@ -5,7 +5,6 @@
 #define TESTS_BUSBROKER_LOOPBACK_H
 
 #include <arpa/inet.h>
-#include <thread>
 
 #include "support/framed.h"
 

@@ -2,9 +2,6 @@
 
 #include "support/framed.h"
 
-using diagtest::console_of;
-using diagtest::error_line;
-
 namespace {
 
 /// A record, which a test may change, framed between the marks of a response.
@@ -23,7 +20,7 @@ template <typename Change> std::string frame_with(Change change)
     r.data = data;
     r.support_data = support;
     change(r);
-    return diagtest::framed(r, true);
+    return framed(r, true);
 }
 
 std::string frame()

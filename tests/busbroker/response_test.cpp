@@ -1,6 +1,5 @@
 /* SPDX-License-Identifier: MIT */
 // Response texts: what each becomes on the response queue.
-#include <cstring>
 
 #include "busbroker/loopback.h"
 
@@ -10,11 +9,10 @@ constexpr uint8_t ok = BB_RESP_SUCCESS, ack = BB_RESP_ACK, failed = BB_RESP_FAIL
                   format = BB_RESP_FORMAT_ERROR;
 constexpr uint32_t invalid = DIAG_ERR_INVALID_ARG;
 const std::string parser = "busbroker_parse_update_queues";
-const std::string request_error = diagtest::error_line(parser, "Invalid request data format\n");
+const std::string request_error = error_line(parser, "Invalid request data format\n");
 const std::string format_trace = "Data format error in the rx response\n";
-const std::string format_error = diagtest::error_line(parser, format_trace);
-const std::string unknown =
-    diagtest::error_line(parser, "Unknown request type received. Discarding the response\n");
+const std::string format_error = error_line(parser, format_trace);
+const std::string unknown = error_line(parser, "Unknown request type received. Discarding the response\n");
 
 struct row {
     uint32_t type;
@@ -28,15 +26,14 @@ struct row {
 void check(const row &expected)
 {
     SCOPED_TRACE(std::to_string(expected.type) + " " + expected.data);
-    tool_info *tool = diagtest::new_client();
+    tool_info *tool = new_client();
     queue_tx_buf(tool, strdup("frame"), 5, 0, 0, 7);
     std::string data = expected.data, bytes;
     busbroker_req_resp response{};
     response.transac_id = 7;
     response.req_type = expected.type;
     response.data = data.data();
-    EXPECT_EQ(diagtest::told(expected.result,
-                             [&] { return busbroker_parse_update_queues(tool, nullptr, &response); }),
+    EXPECT_EQ(told(expected.result, [&] { return busbroker_parse_update_queues(tool, nullptr, &response); }),
               expected.console);
     const busbroker_rx_node *node = tool->rx_queue;
     EXPECT_EQ(node != nullptr ? node->status : 0, expected.status);

@@ -1,10 +1,7 @@
 /* SPDX-License-Identifier: MIT */
 #include <libxml/parser.h>
-#include <unistd.h>
 
 #include "support/capture.h"
-
-using diagtest::console_of;
 
 namespace {
 
@@ -33,9 +30,8 @@ std::string parse(std::string source)
 
 TEST(SocketCfg, BothForms)
 {
-    const std::string text_error = " " + diagtest::error_line("parse_socket_cfg", "Invalid socket config \n");
-    const std::string xml_error =
-        " " + diagtest::error_line("parse_socket_cfg", "Invalid Element Structure\n");
+    const std::string text_error = " " + error_line("parse_socket_cfg", "Invalid socket config \n");
+    const std::string xml_error = " " + error_line("parse_socket_cfg", "Invalid Element Structure\n");
     const std::string rows[][2] = {
         {"127.0.0.1|5000|ipv4|8|udp", "127.0.0.1 5000 1 8 1"},
         {"||  10.0.0.1 ||70000|myipv4x|8||a udp|", "10.0.0.1 4464 1 8 1"},
@@ -59,7 +55,7 @@ TEST(SocketCfg, BothForms)
 
 TEST(Socket, BindsOrConnectsOrTellsWhyNot)
 {
-    const std::string bad_address = diagtest::error_line("create_socket", "Invalid IP address 1.\\x1b[\n");
+    const std::string bad_address = error_line("create_socket", "Invalid IP address 1.\\x1b[\n");
     const struct {
         sock_cfg cfg;
         int connect;

@@ -3,8 +3,6 @@
 
 #include "support/capture.h"
 
-using diagtest::console_of;
-
 namespace {
 
 // The dump of `text` in memory that starts at an odd address and ends where the text does.
@@ -42,7 +40,7 @@ TEST(Console, Dumps)
         {std::string(64, 'D'), 8000, 0, 0, 1, "\n\n\n0x" + std::string(124, '4') + " 0x4444\n\n"},
         {std::string(64, 'D'), INT32_MAX, 0, 0, 2, "\n\n\n0x" + std::string(120, '4') + "\t0x44444444\n\n"},
         {std::string(120, 'D'), 240, 0, 0, 4, std::string(7, '\n') + "0x" + std::string(240, '4') + "\t\n"},
-        {"AB", 8, 0, 0, 3, diagtest::error_line("dump_hex", "Invalid item width 3\n")}};
+        {"AB", 8, 0, 0, 3, error_line("dump_hex", "Invalid item width 3\n")}};
     for (const auto &[text, group_bits, base, show, width, expected] : cases) {
         EXPECT_EQ(dumped(text, group_bits, base, show, width), expected);
     }
@@ -106,5 +104,5 @@ TEST(Console, CopiesFrontToBack)
     EXPECT_EQ(update_buf(bytes + 1, 3, bytes) + update_buf(nullptr, 0, bytes), 0u);
     EXPECT_EQ(bytes[3], 1);
     EXPECT_EQ(console_of([&] { EXPECT_EQ(update_buf(bytes, 0, nullptr), DIAG_ERR_INVALID_ARG); }),
-              diagtest::error_line("update_buf", "Input data pointer is NULL\n"));
+              error_line("update_buf", "Input data pointer is NULL\n"));
 }

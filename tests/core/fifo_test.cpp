@@ -1,13 +1,9 @@
 /* SPDX-License-Identifier: MIT */
 // Answers through a FIFO: of any length, from tools of any kind; and why a run failed.
-#include <fcntl.h>
-#include <sys/wait.h>
 
 #include "core/fifo_run.h"
 #include "support/capture.h"
 #include "support/sim_board.h"
-
-using namespace std::string_literals;
 
 namespace {
 
@@ -21,7 +17,7 @@ constexpr boarddiag::fifo_frame frame = {.create_failed = "create %s\n",
 
 TEST(Fifo, AnswersOfAnyLength)
 {
-    const diagtest::sim_board board;
+    const sim_board board;
     const std::string path = board.root + "/answer";
     struct {
         int64_t wanted;
@@ -36,9 +32,9 @@ TEST(Fifo, AnswersOfAnyLength)
         {10, "seq 1 100000", 0, "10 bytes\n", 0, 10},
         {0, "seq 1 100000", 0, "0 bytes\n"},
         {9000, "seq 1 100000 | head -c 9000", 4096, "9000 bytes\n", 0, 9000},
-        {300'000, "seq 1 100000; exit 3", 0, diagtest::error_line("read", "FAILED <<<---\n"), 768},
+        {300'000, "seq 1 100000; exit 3", 0, error_line("read", "FAILED <<<---\n"), 768},
     };
-    diagtest::run_result sequence = diagtest::run_shell("seq 1 100000");
+    run_result sequence = run_shell("seq 1 100000");
     for (const auto &c : cases) {
         std::vector<char> data(300'000, 'e');
         boarddiag::fifo_call call = {&frame, "read", path.c_str(), data.data(), c.wanted, -1, 0};
@@ -46,8 +42,7 @@ TEST(Fifo, AnswersOfAnyLength)
         ASSERT_EQ(boarddiag::fifo_run_begin(&call), 0u);
         EXPECT_TRUE(c.size == 0 || fcntl(call.fd, F_SETPIPE_SZ, c.size) > 0);
         boarddiag::command_format(&command, "(%s) >%s", c.command.c_str(), path.c_str());
-        EXPECT_EQ(diagtest::told(c.status, [&] { return boarddiag::fifo_run_end(&call, 0, &command); }),
-                  c.told);
+        EXPECT_EQ(told(c.status, [&] { return boarddiag::fifo_run_end(&call, 0, &command); }), c.told);
         EXPECT_EQ(sequence.out.compare(0, c.stored, data.data(), c.stored), 0) << c.command;
         EXPECT_EQ(std::ranges::count(data, 'e'), static_cast<std::ptrdiff_t>(data.size() - c.stored));
     }
@@ -55,7 +50,7 @@ TEST(Fifo, AnswersOfAnyLength)
 
 TEST(Reason, TellsWhatFailedAndWhy)
 {
-    const diagtest::sim_board board;
+    const sim_board board;
     const std::string path = board.root + "/answer", away = board.root + "/away/answer";
     const std::string read =
         "i2ctool --read --bus=3 --addr=0x55 --count=1 --pipe=" + path + " --width=8 --reg=0x00";
@@ -84,7 +79,7 @@ TEST(Reason, TellsWhatFailedAndWhy)
     };
     testing::internal::CaptureStderr();
     for (const auto &[call, reason] : cases) {
-        diagtest::console_of([&call = call] { EXPECT_NE(call(), 0u); });
+        console_of([&call = call] { EXPECT_NE(call(), 0u); });
         EXPECT_EQ(diag_reason(), reason);
     }
     testing::internal::GetCapturedStderr();

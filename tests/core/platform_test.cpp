@@ -1,14 +1,8 @@
 /* SPDX-License-Identifier: MIT */
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <sys/stat.h>
 #include <sys/utsname.h>
 
 #include "support/capture.h"
 
-using diagtest::console_of;
-using diagtest::error_line;
 namespace fs = std::filesystem;
 
 static std::string machine; // without a name, uname fails

@@ -1,10 +1,5 @@
 /* SPDX-License-Identifier: MIT */
 #include <array>
-#include <cerrno>
-#include <csignal>
-#include <fstream>
-#include <sys/stat.h>
-#include <sys/wait.h>
 
 #include "core/command.h"
 #include "core/output.h"
@@ -14,7 +9,6 @@
 #include "support/sim_board.h"
 
 using boarddiag::run_command;
-using namespace std::string_literals;
 
 namespace {
 
@@ -61,7 +55,7 @@ TEST(Command, IsSplitOnlyWhenAShellWouldDoNoMore)
 TEST(Command, OfTooManyWordsOrCharactersIsAShellsWork)
 {
     boarddiag::plain_command plain;
-    const std::string words = diagtest::times(static_cast<int>(plain.max_words), "a ");
+    const std::string words = times(static_cast<int>(plain.max_words), "a ");
     EXPECT_TRUE(boarddiag::split_plain_command(words.c_str(), &plain));
     EXPECT_FALSE(boarddiag::split_plain_command((words + "a").c_str(), &plain));
     EXPECT_FALSE(boarddiag::split_plain_command(std::string(2048, 'a').c_str(), &plain));
@@ -69,7 +63,7 @@ TEST(Command, OfTooManyWordsOrCharactersIsAShellsWork)
 
 class Run : public testing::Test {
   protected:
-    diagtest::sim_board board;
+    sim_board board;
     const std::string &folder = board.root;
 
     std::string script(const std::string &name, const std::string &text)
@@ -119,7 +113,7 @@ TEST_F(Run, RedirectsWithAndWithoutAShell)
     const std::string out = folder + "/out";
     for (const std::string &command : {"echo a b >" + out, "echo 'a b' > " + out}) {
         EXPECT_EQ(run_command(command.c_str()), 0);
-        EXPECT_EQ(diagtest::text_of(out), "a b\n") << command;
+        EXPECT_EQ(text_of(out), "a b\n") << command;
     }
     EXPECT_EQ(run_command(("true > " + folder + "/no/such 2>/dev/null").c_str()) & 0xff, 0);
 }
@@ -133,7 +127,7 @@ TEST_F(Run, KeepsSignalsAsSystemDoes)
     struct sigaction now = {};
     sigaction(SIGINT, nullptr, &now);
     EXPECT_EQ(now.sa_handler, SIG_DFL);
-    const std::string ignored = diagtest::text_of(folder + "/ignored");
+    const std::string ignored = text_of(folder + "/ignored");
     EXPECT_EQ(std::stoull(ignored.substr(8), nullptr, 16) & ((1u << (SIGINT - 1)) | (1u << (SIGQUIT - 1))),
               0u);
 }
@@ -168,7 +162,7 @@ TEST_F(Run, LeavesAToolThatCannotBeStartedToTheShell)
         EXPECT_EQ(run_command(command.c_str()), 127 << 8);
         EXPECT_EQ(output_of(command), "");
         const std::string told = testing::internal::GetCapturedStderr();
-        EXPECT_EQ(told, diagtest::times(2, diagtest::run_shell(command).err));
+        EXPECT_EQ(told, times(2, run_shell(command).err));
     }
     EXPECT_EQ(output_of(script("bare", "echo of a shell\n")), "of a shell\n"); // without a #! line
 }

@@ -1,6 +1,4 @@
 /* SPDX-License-Identifier: MIT */
-#include <algorithm>
-#include <cstring>
 
 #include "support/capture.h"
 
@@ -52,7 +50,7 @@ TEST(BusAccess, FillsTheRecordOrLeavesItAlone)
     };
     EXPECT_EQ(update_bus_dev_acces_req_fields(nullptr, 0, 1, 2, 4, 3, "x"), DIAG_ERR_INVALID_ARG);
     set_verb_level(3);
-    EXPECT_EQ(diagtest::console_of([&] { EXPECT_EQ(fill(0, nullptr, DIAG_ERR_INVALID_ARG), 0); }),
+    EXPECT_EQ(console_of([&] { EXPECT_EQ(fill(0, nullptr, DIAG_ERR_INVALID_ARG), 0); }),
               "update_bus_dev_acces_req_fields[#]: Received NULL asset ID \n");
     set_verb_level(0);
     EXPECT_EQ(fill(0, id.c_str(), 0), 1234);
@@ -80,9 +78,8 @@ TEST(BusAccess, TriesTenTimesTenSecondsApart)
         const bool answered = answer_at >= 1 && answer_at <= 10;
         EXPECT_EQ(request_bus_dev_access(&req, nullptr, 1, 2, flag, 3, asset_id, "id", "nm", &some_timer),
                   answered ? 0 : DIAG_ERR_FAILED);
-        EXPECT_EQ(broker.calls,
-                  diagtest::times(answered ? static_cast<int>(answer_at) - 1 : 10, "idnm65;wait 10;") +
-                      (answered ? "idnm65;" : ""));
+        EXPECT_EQ(broker.calls, times(answered ? static_cast<int>(answer_at) - 1 : 10, "idnm65;wait 10;") +
+                                    (answered ? "idnm65;" : ""));
         for (const auto &sent : broker.sent) {
             EXPECT_TRUE(sent.bus_arg4 == bus_arg4 && sent.asset_id == asset_sent);
             EXPECT_EQ(sent.bus_arg1 + 10 * sent.bus_arg2 + 100 * sent.bus_arg3, bus_arg4 == 5 ? 0 : 321);
@@ -98,13 +95,13 @@ TEST(DynamicId, AnAnswerIsKeptUnderAll32Bits)
     const std::string full(32, 'f');
     const auto ask = [&](int number, uint32_t status) {
         broker.calls.clear();
-        return diagtest::told(status, [&] {
+        return told(status, [&] {
             return request_otf_dev_id(&req, nullptr, "id", "nm", &some_timer, number, 0x1234, &name, &list);
         });
     };
     broker = {2, {"-", std::string(33, 'x'), "", full, "B"}, {}, ""};
     EXPECT_EQ(ask(0x10005, 0), "");
-    EXPECT_EQ(broker.calls, diagtest::times(3, "idnm55;wait 1;") + "idnm55;")
+    EXPECT_EQ(broker.calls, times(3, "idnm55;wait 1;") + "idnm55;")
         << "a text that is too long is no answer, nor is an empty one";
     EXPECT_STREQ(diag_reason(), "the bus broker's identifier of 5 is empty");
     ASSERT_NE(name, nullptr);
@@ -120,7 +117,7 @@ TEST(DynamicId, AnAnswerIsKeptUnderAll32Bits)
     EXPECT_EQ(check_dyn_dev_list(list, 0x10005), nullptr);
     broker = {};
     EXPECT_EQ(ask(0x30005, DIAG_ERR_FAILED), "");
-    EXPECT_EQ(broker.calls, diagtest::times(10, "idnm55;wait 1;"));
+    EXPECT_EQ(broker.calls, times(10, "idnm55;wait 1;"));
     EXPECT_EQ(name, list->name) << "left alone";
     name = update_dyn_dev_id_list(&list, (full + "cut").c_str(), -1);
     EXPECT_TRUE(name == check_dyn_dev_list(list, -1) && name == list->next->next->name && name == full);

@@ -1,13 +1,7 @@
 /* SPDX-License-Identifier: MIT */
-#include <algorithm>
 #include <random>
-#include <sstream>
 
 #include "support/capture.h"
-
-using diagtest::console_of;
-using diagtest::error_line;
-using diagtest::told;
 
 static size_t largest_allocation = SIZE_MAX;
 
