@@ -261,7 +261,7 @@ bool push(open_nodes *open, const xmlNode *node)
 {
     if (open->count == open->room) {
         const size_t room = open->room * 2 + 64;
-        auto *const grown = static_cast<const xmlNode **>(realloc(open->nodes, room * sizeof *open->nodes));
+        auto *const grown = static_cast<const xmlNode **>(realloc(open->nodes, room * sizeof(void *)));
         if (grown == nullptr) {
             return false;
         }
