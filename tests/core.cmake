@@ -13,8 +13,9 @@ if(NOT BOARDDIAG_SANITIZE AND NOT CMAKE_CROSSCOMPILING)
   target_link_libraries(own_edge_preloaded PRIVATE test_support boarddiag_warnings)
   target_precompile_headers(own_edge_preloaded REUSE_FROM test_support)
   add_test(NAME own_edge_preloaded COMMAND own_edge_preloaded)
-  set_tests_properties(own_edge_preloaded PROPERTIES TIMEOUT 30 RESOURCE_LOCK nvram_pipe
-                       ENVIRONMENT LD_PRELOAD=$<TARGET_FILE:own_edge>)
+  # A path with a blank would be two in LD_PRELOAD.
+  set_tests_properties(own_edge_preloaded PROPERTIES TIMEOUT 30 RESOURCE_LOCK nvram_pipe ENVIRONMENT
+    "LD_PRELOAD=$<TARGET_FILE_NAME:own_edge>;LD_LIBRARY_PATH=$<TARGET_FILE_DIR:own_edge>")
 endif()
 diag_test(startup_test RESOURCE_LOCK nvram_pipe core/startup_test.cpp)
 diag_test(text_test core/text_test.cpp)

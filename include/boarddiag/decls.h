@@ -7,16 +7,17 @@
 #ifndef BOARDDIAG_DECLS_H
 #define BOARDDIAG_DECLS_H
 
+/** @cond */
 #if defined(__clang__) && !defined(__cplusplus)
+/* A C89 program that is compiled with -pedantic-errors may meet bool, which <stdbool.h> has there too. */
 #define BOARDDIAG_C99_PUSH                                                                                   \
     _Pragma("clang diagnostic push") _Pragma("clang diagnostic ignored \"-Wc99-extensions\"")
 #define BOARDDIAG_C99_POP _Pragma("clang diagnostic pop")
 #else
-/** Lets a C89 program that is compiled with -pedantic-errors meet bool, which <stdbool.h> has there too. */
 #define BOARDDIAG_C99_PUSH
-/** Ends #BOARDDIAG_C99_PUSH. */
 #define BOARDDIAG_C99_POP
 #endif
+/** @endcond */
 
 #if defined(__GNUC__)
 /** Makes what follows visible in a shared library, whose other names are hidden. */
