@@ -56,15 +56,6 @@ void feed_all(tool_info &tool, std::string_view rest, size_t limit)
     }
 }
 
-void require_same(const busbroker_rx_node *a, const busbroker_rx_node *b)
-{
-    require((a == nullptr) == (b == nullptr));
-    if (a != nullptr) {
-        require(a->status == b->status && a->length == b->length);
-        require(a->length == 0 || memcmp(a->data, b->data, a->length) == 0);
-    }
-}
-
 void try_input(std::string_view rest)
 {
     const uint8_t flags = next_byte(&rest);
@@ -77,5 +68,10 @@ void try_input(std::string_view rest)
     feed_all(in_bytes.tool, rest, 1);
     require(whole.tool.rx_state == in_bytes.tool.rx_state);
     require(whole.tool.field_count == in_bytes.tool.field_count);
-    require_same(whole.filed(), in_bytes.filed());
+    const busbroker_rx_node *a = whole.filed(), *b = in_bytes.filed();
+    require((a == nullptr) == (b == nullptr));
+    if (a != nullptr) {
+        require(a->status == b->status && a->length == b->length);
+        require(a->length == 0 || memcmp(a->data, b->data, a->length) == 0);
+    }
 }

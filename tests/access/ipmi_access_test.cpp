@@ -7,6 +7,7 @@ namespace {
 using IpmiAccess = Calls;
 
 constexpr const char *failed_read = "FAILED <<<---\nError Reading 0 bytes from IPMII2C\n";
+const bytes untouched = {0xee};
 
 TEST_F(IpmiAccess, RegisterWrites)
 {
@@ -16,36 +17,29 @@ TEST_F(IpmiAccess, RegisterWrites)
         return "ipmitool_set: ipmitool raw " + request + " > /dev/null\n";
     };
     const auto refused = [](const char *message) { return error_line("ipmitool_set", message); };
-    struct {
-        const char *bus;
-        uint8_t addr;
-        uint16_t reg;
-        const reg_info *info;
-        int32_t count, flag;
-        std::string told;
-        uint32_t status = 0;
-    } const cases[] = {
-        {"0-3", 0x50, 0x1ff, &reg8_data8, 1, 2, put("0x38 0x3 0x3 0x50 0xff 0x1")},
-        {"x-3", 0x52, 0x1ff, &reg8_data8, 2, 1,
+    using row = std::tuple<const char *, uint8_t, uint16_t, const reg_info *, int32_t, int32_t, uint32_t,
+                           std::string>;
+    const row cases[] = {
+        {"0-3", 0x50, 0x1ff, &reg8_data8, 1, 2, 0, put("0x38 0x3 0x3 0x50 0xff 0x1")},
+        {"x-3", 0x52, 0x1ff, &reg8_data8, 2, 1, 0,
          put("0x38 0x7 0x3 0x52 0xff 0x1") + put("0x38 0x7 0x3 0x52 0x0 0x2")},
-        {"0-3", 0x50, 0x10, &reg8_data16, 4, 3,
+        {"0-3", 0x50, 0x10, &reg8_data16, 4, 3, 0,
          put("0x38 0x8 0x3 0x50 0x10 0x1 0x2") + put("0x38 0x8 0x3 0x50 0x11 0x3 0x4")},
-        {"0-4294967299", 0x50, 0x20, &reg8_data16, 2, 0, put("0x38 0x4 0x3 0x50 0x20 0x1 0x2")},
-        {"0-3", 0x50, 0x20, &reg8_data16, -3, 0, ""},
-        {nullptr, 0x19, 0x1235, nullptr, 0, 0, put("0x3c 0x19 0x12 0x35 0x1 0x2 0x3 0x4")},
-        {"0-9", 0x50, 0, &reg8_data8, 2, 0,
+        {"0-4294967299", 0x50, 0x20, &reg8_data16, 2, 0, 0, put("0x38 0x4 0x3 0x50 0x20 0x1 0x2")},
+        {"0-3", 0x50, 0x20, &reg8_data16, -3, 0, 0, ""},
+        {nullptr, 0x19, 0x1235, nullptr, 0, 0, 0, put("0x3c 0x19 0x12 0x35 0x1 0x2 0x3 0x4")},
+        {"0-9", 0x50, 0, &reg8_data8, 2, 0, minus_one,
          put("0x38 0x3 0x9 0x50 0x0 0x1") +
-             refused("shell command(ipmitool raw 0x38 0x3 0x9 0x50 0x0 0x1 > /dev/null) failed\n"),
-         minus_one},
-        {"0-9", 0x50, 0x20, &reg8_data16, 3, 0, refused("Odd number of bytes 3 for 16-bit data\n"),
-         minus_one},
-        {"3", 0x50, 0, &reg8_data8, 1, 0, refused("Invalid bus path 3"), minus_one},
-        {"3", 0x50, 0, &regblk_datablk, 1, 0, refused("Unsupport Addressing mode 2\n"), minus_one},
-        {"3", 0x50, 0, &bad_width, 1, 0, refused("ERR:Invalid width size 9\n"), minus_one},
-        {nullptr, 0x1a, 0, nullptr, 0, 0, refused("Unsupport OEM command 26\n"), minus_one},
+             refused("shell command(ipmitool raw 0x38 0x3 0x9 0x50 0x0 0x1 > /dev/null) failed\n")},
+        {"0-9", 0x50, 0x20, &reg8_data16, 3, 0, minus_one,
+         refused("Odd number of bytes 3 for 16-bit data\n")},
+        {"3", 0x50, 0, &reg8_data8, 1, 0, minus_one, refused("Invalid bus path 3")},
+        {"3", 0x50, 0, &regblk_datablk, 1, 0, minus_one, refused("Unsupport Addressing mode 2\n")},
+        {"3", 0x50, 0, &bad_width, 1, 0, minus_one, refused("ERR:Invalid width size 9\n")},
+        {nullptr, 0x1a, 0, nullptr, 0, 0, minus_one, refused("Unsupport OEM command 26\n")},
     };
-    for (const auto &c : cases) {
-        expect(c.told, c.status, ipmitool_set, c.bus, c.addr, c.reg, c.info, values, c.count, c.flag);
+    for (const auto &[bus, addr, reg, info, count, flag, status, told] : cases) {
+        expect(told, status, ipmitool_set, bus, addr, reg, info, values, count, flag);
     }
     EXPECT_EQ(board.image("i2c/3/0x50.bin", 0x20, 2), (bytes{1, 2}));
     board.clear_commands();
@@ -57,26 +51,20 @@ TEST_F(IpmiAccess, RegisterReads)
 {
     const std::string take = "ipmitool_get: ipmitool raw ";
     const auto refused = [](const char *message) { return error_line("ipmitool_get", message); };
-    struct {
-        const char *bus;
-        uint8_t addr;
-        uint16_t reg;
-        const reg_info *info;
-        std::string told;
-        uint32_t status;
-        bytes stored = {0xee};
-    } const cases[] = {
+    using row = std::tuple<const char *, uint8_t, uint16_t, const reg_info *, std::string, uint32_t, bytes>;
+    const row cases[] = {
         {"0-3", 0x50, 0x1f, &reg8_data16, take + "0x38 0x2 0x3 0x50 0x1f 0x3\n", 0, {0x1f, '1', '.', 0xee}},
         {nullptr, 0x18, 0x1234, nullptr, take + "0x3c 0x18 0x12 0x34\n", 0, {0x11, 0x22, 0x33, 0x44, 0xee}},
         {"a-b", 0x50, 0x123, &reg8_data8,
-         take + "0x38 0x2 0x0 0x50 0x23 0x3\n" + refused("Error reading at offset 0x23\n"), minus_one},
-        {"3", 0x50, 0, &reg8_data8, refused("Invalid bus path 3"), minus_one},
-        {"3", 0x50, 0, &reg16_data8, refused("Unsupport Addressing mode 1\n"), minus_one},
-        {nullptr, 0x1a, 0, nullptr, refused("Unsupport OEM command 1a\n"), minus_one},
+         take + "0x38 0x2 0x0 0x50 0x23 0x3\n" + refused("Error reading at offset 0x23\n"), minus_one,
+         untouched},
+        {"3", 0x50, 0, &reg8_data8, refused("Invalid bus path 3"), minus_one, untouched},
+        {"3", 0x50, 0, &reg16_data8, refused("Unsupport Addressing mode 1\n"), minus_one, untouched},
+        {nullptr, 0x1a, 0, nullptr, refused("Unsupport OEM command 1a\n"), minus_one, untouched},
     };
-    for (const auto &c : cases) {
-        expect(c.told, c.status, ipmitool_get, c.bus, c.addr, c.reg, c.info, 3, nullptr, dest);
-        EXPECT_EQ(got(c.stored.size()), c.stored) << c.told;
+    for (const auto &[bus, addr, reg, info, told, status, stored] : cases) {
+        expect(told, status, ipmitool_get, bus, addr, reg, info, 3, nullptr, dest);
+        EXPECT_EQ(got(stored.size()), stored) << told;
     }
 }
 
@@ -89,36 +77,27 @@ TEST_F(IpmiAccess, RawRequests)
     EXPECT_EQ(got(40), board.image("i2c/3/0x50.bin", 0, 40));
 
     const std::string trace = "ipmitool_get: ipmitool raw 0x06 0x01 \n";
-    struct {
-        std::string script;
-        int32_t wanted;
-        std::string told;
-        uint32_t status;
-        bytes stored;
-        bool is_shown = true; // in a dry run, which then is a success
-    } const cases[] = {
-        {"exit 1", 0, "0 bytes read from the fifo\n", 0, {}},
-        {"exit 1", 2, failed_read, minus_one, {0xee}},
-        {"exit 1", -1, failed_read, minus_one, {0xee}},
-        {"echo", 2, "ipmii2c_get : \n\n", 0, {0xee}, false},
-        {"echo x", 2, "ipmii2c_get : x\n\n", minus_one, {0xee}, false},
-        {"printf '\\0'", 2, "ipmii2c_get : \n", minus_one, {0xee}, false},
-        {"echo ' 1a'; exit 3", 2, "ipmii2c_get :  1a\n\n2 bytes read from the fifo\n", 0, {0x1a, 0}},
-        {"printf ' 1a\\033[2J\\233\\n'",
-         1,
-         "ipmii2c_get :  1a\\x1b[2J\\x9b\n\n1 bytes read from the fifo\n",
-         0,
-         {0x1a}},
-        {"echo ' 1a'", -3, "ipmii2c_get :  1a\n\n"s + failed_read, minus_one, {0xee}},
-        {"echo ' 1a'", 0, "ipmii2c_get :  1a\n\n0 bytes read from the fifo\n", 0, {0xee}},
+    // What is wanted, and whether a dry run shows it, and is a success.
+    const std::tuple<std::string, int32_t, bool, std::string, uint32_t, bytes> cases[] = {
+        {"exit 1", 0, true, "0 bytes read from the fifo\n", 0, {}},
+        {"exit 1", 2, true, failed_read, minus_one, untouched},
+        {"exit 1", -1, true, failed_read, minus_one, untouched},
+        {"echo", 2, false, "ipmii2c_get : \n\n", 0, {0xee}},
+        {"echo x", 2, false, "ipmii2c_get : x\n\n", minus_one, untouched},
+        {"printf '\\0'", 2, false, "ipmii2c_get : \n", minus_one, untouched},
+        {"echo ' 1a'; exit 3", 2, true, "ipmii2c_get :  1a\n\n2 bytes read from the fifo\n", 0, {0x1a, 0}},
+        {"printf ' 1a\\033[2J\\233\\n'", 1, true,
+         "ipmii2c_get :  1a\\x1b[2J\\x9b\n\n1 bytes read from the fifo\n", 0, bytes(1, 0x1a)},
+        {"echo ' 1a'", -3, true, "ipmii2c_get :  1a\n\n"s + failed_read, minus_one, untouched},
+        {"echo ' 1a'", 0, true, "ipmii2c_get :  1a\n\n0 bytes read from the fifo\n", 0, {0xee}},
     };
-    for (const auto &c : cases) {
-        become(c.script);
-        expect(trace + c.told, c.status, ipmitool2_get, 6, 1, 0, nullptr, c.wanted, dest);
-        EXPECT_EQ(got(c.stored.size()), c.stored) << c.script;
+    for (const auto &[script, wanted, is_shown, told, status, stored] : cases) {
+        become(script);
+        expect(trace + told, status, ipmitool2_get, 6, 1, 0, nullptr, wanted, dest);
+        EXPECT_EQ(got(stored.size()), stored) << script;
         set_debug_enable(1);
-        expect(trace + c.told + (c.is_shown ? error_line("ipmitool2_set", "ipmitool raw 0x06 0x01 \n") : ""),
-               c.is_shown ? 0 : c.status, ipmitool2_set, 6, 1, 0, nullptr, c.wanted, dest);
+        expect(trace + told + (is_shown ? error_line("ipmitool2_set", "ipmitool raw 0x06 0x01 \n") : ""),
+               is_shown ? 0 : status, ipmitool2_set, 6, 1, 0, nullptr, wanted, dest);
         set_debug_enable(0);
         got(0);
     }
@@ -136,25 +115,21 @@ TEST_F(IpmiAccess, LongAndEndlessOutputs)
     EXPECT_EQ(ipmitool_get("0-3", 0x50, 0, &reg8_data8, 1, nullptr, dest), 0u);
     EXPECT_TRUE(std::filesystem::exists(board.root + "/ended")) << "read to the end, however slow";
     got(0);
-    struct {
-        const char *script;
-        uint32_t status[3];
-        bytes stored; // by the three calls, one after another
-    } const endless[] = {
+    // What three calls, one after another, return and store.
+    const std::tuple<std::string, std::array<uint32_t, 3>, bytes> endless[] = {
         {"yes ' 1a 2b'", {0, 0, 0}, {0x1a, 0x2b, 0x1a, 0x1a, 0x2b, 0x1a, 0x2b, 0xee}},
         {"tr '\\0' ' ' </dev/zero", {minus_one, 0, 0}, {0xee, 0xee, 0xee, 0, 0, 0, 0, 0xee}},
         {"cat /dev/zero", {minus_one, minus_one, minus_one}, bytes(8, 0xee)},
         {"yes ''", {minus_one, 0, minus_one}, bytes(8, 0xee)},
     };
-    for (const auto &c : endless) {
-        become(c.script + " 2>/dev/null"s);
-        console_of([&] {
-            EXPECT_EQ(ipmitool_get("0-3", 0x50, 0, &reg8_data8, 3, nullptr, dest), c.status[0]) << c.script;
-            EXPECT_EQ(ipmitool2_set(6, 1, 0, nullptr, 2, dest + 3), c.status[1]) << c.script;
-            EXPECT_EQ(ipmii2c_get("0-3", 0xa0, 0, &reg8_data8, 2, nullptr, dest + 5), c.status[2])
-                << c.script;
+    for (const auto &[script, statuses, stored] : endless) {
+        become(script + " 2>/dev/null");
+        console_of([&, &script = script, &status = statuses] {
+            EXPECT_EQ(ipmitool_get("0-3", 0x50, 0, &reg8_data8, 3, nullptr, dest), status[0]) << script;
+            EXPECT_EQ(ipmitool2_set(6, 1, 0, nullptr, 2, dest + 3), status[1]) << script;
+            EXPECT_EQ(ipmii2c_get("0-3", 0xa0, 0, &reg8_data8, 2, nullptr, dest + 5), status[2]) << script;
         });
-        EXPECT_EQ(got(8), c.stored) << c.script;
+        EXPECT_EQ(got(8), stored) << script;
         EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
     }
 }
@@ -187,13 +162,7 @@ TEST_F(IpmiAccess, BridgedRefusals)
 {
     const reg_info bad = {REGBLK, 5, 0};
     const std::string longest_bus = "0-" + std::string(26, '0') + "3", long_bus = longest_bus + "0";
-    struct {
-        const char *bus;
-        const reg_info *info;
-        int32_t count, flag;
-        const char *message;
-        uint32_t status;
-    } const cases[] = {
+    const std::tuple<const char *, const reg_info *, int32_t, int32_t, const char *, uint32_t> cases[] = {
         {"0-3", nullptr, 1, 0, "Invalid reg_info pointer\n", minus_one},
         {"0", &bad, 1, 0, "Invalid width size 5\n", minus_one},
         {"0", &regblk_datablk, 1, 0, "Invalid Addressing mode 2\n", minus_one},
@@ -205,9 +174,9 @@ TEST_F(IpmiAccess, BridgedRefusals)
         {"0-3", &reg8_data16, INT32_MAX, 0, "Write of 4294967295 bytes is longer than 30 bytes\n",
          DIAG_ERR_INVALID_ARG},
     };
-    for (const auto &c : cases) {
-        expect(error_line("ipmii2c_set", c.message), c.status, ipmii2c_set, c.bus, 0xa0, 0, c.info, dest,
-               c.count, c.flag);
+    for (const auto &[bus, info, count, flag, message, status] : cases) {
+        expect(error_line("ipmii2c_set", message), status, ipmii2c_set, bus, 0xa0, 0, info, dest, count,
+               flag);
     }
     expect(error_line("ipmii2c_get", "r_data is NULL\n"), minus_one, ipmii2c_get, "0", 0xa0, 0, &bad, 1,
            nullptr, nullptr);
@@ -220,26 +189,20 @@ TEST_F(IpmiAccess, BridgedRefusals)
 TEST_F(IpmiAccess, BridgedResponses)
 {
     const std::string none = "fgets read ERR from the fifo\n";
-    struct {
-        const char *script;
-        int32_t count;
-        std::string told;
-        uint32_t status;
-        bytes stored;
-    } const cases[] = {
-        {"exit 1", 1, none + failed_read, minus_one, {0xee}},
+    const std::tuple<const char *, int32_t, std::string, uint32_t, bytes> cases[] = {
+        {"exit 1", 1, none + failed_read, minus_one, untouched},
         {"exit 1", 0, none + "0 bytes read from the fifo\n", 0, {0xee}},
-        {"echo Z", 1, "ipmii2c_get:[Z\n]\nipmi read data err, 0x5a!\n", minus_one, {0xee}},
-        {"printf '\\377'", 1, "ipmii2c_get:[\377]\nipmi read data err, 0xff!\n", minus_one, {0xee}},
+        {"echo Z", 1, "ipmii2c_get:[Z\n]\nipmi read data err, 0x5a!\n", minus_one, untouched},
+        {"printf '\\377'", 1, "ipmii2c_get:[\377]\nipmi read data err, 0xff!\n", minus_one, untouched},
         {"echo ' 1'", 2, "ipmii2c_get:[ 1\n]\n2 bytes read from the fifo\n", 0, {0x01, 0x00, 0xee}},
-        {"echo ' 1a'", -1, "ipmii2c_get:[ 1a\n]\n"s + failed_read, minus_one, {0xee}},
+        {"echo ' 1a'", -1, "ipmii2c_get:[ 1a\n]\n"s + failed_read, minus_one, untouched},
     };
-    for (const auto &c : cases) {
-        const std::string count = c.count < 0 ? "0xffffffff" : "0x0" + std::to_string(c.count);
-        become(c.script);
-        expect("ipmii2c_get: ipmitool raw 0x3a 0x01 0x03 0xa0 " + count + " 0x00  2>/dev/null\n" + c.told,
-               c.status, ipmii2c_get, "0-3", 0xa0, 0, &reg8_data8, c.count, nullptr, dest);
-        EXPECT_EQ(got(c.stored.size()), c.stored) << c.script;
+    for (const auto &[script, count, told, status, stored] : cases) {
+        const std::string shown = count < 0 ? "0xffffffff" : "0x0" + std::to_string(count);
+        become(script);
+        expect("ipmii2c_get: ipmitool raw 0x3a 0x01 0x03 0xa0 " + shown + " 0x00  2>/dev/null\n" + told,
+               status, ipmii2c_get, "0-3", 0xa0, 0, &reg8_data8, count, nullptr, dest);
+        EXPECT_EQ(got(stored.size()), stored) << script;
     }
 }
 

@@ -124,34 +124,32 @@ TEST(Receive, FaultyFramesAreDiscardedAndTheNextIsRead)
     std::string bad_end = frame();
     bad_end.replace(bad_end.size() - 1, 1, "R"); // which is read again, as a start
     const std::string long_text(33, 't');
-    struct {
-        std::string sent, told;
-        bool read = false;
-    } const cases[] = {
-        {frame_with([&](auto &r) { r.req_prio = 3; }),
-         "Rx request priority = 0x3\nInvalid prority values \n"},
-        {frame_with([&](auto &r) { r.req_type = 8; }), "Invalid req type \n"},
-        {frame_with([&](auto &r) { r.transac_ind = 6; }), ""},
-        {frame_with([&](auto &r) { r.tool_id = 23; }), "Invalid tool id 23 received \n"},
-        {frame_with([](auto &r) { r.crc = 1; }), ""},
-        {bad_end, ""},
+    // What is sent, what of it is told, and the frames read of it.
+    const std::tuple<std::string, std::string, size_t> cases[] = {
+        {frame_with([&](auto &r) { r.req_prio = 3; }), "Rx request priority = 0x3\nInvalid prority values \n",
+         0},
+        {frame_with([&](auto &r) { r.req_type = 8; }), "Invalid req type \n", 0},
+        {frame_with([&](auto &r) { r.transac_ind = 6; }), "", 0},
+        {frame_with([&](auto &r) { r.tool_id = 23; }), "Invalid tool id 23 received \n", 0},
+        {frame_with([](auto &r) { r.crc = 1; }), "", 0},
+        {bad_end, "", 0},
         {frame_with([&](auto &r) { r.dev_id = long_text.c_str(); }),
-         "Device id length [33] exceeded max allowed dev id len [32]\n", true},
+         "Device id length [33] exceeded max allowed dev id len [32]\n", 1},
         {frame_with([&](auto &r) { r.dev_name = long_text.c_str(); }),
-         "dev_name_len = 33\nDevice name length [33] exceeded max allowed dev name len [32]\n", true},
+         "dev_name_len = 33\nDevice name length [33] exceeded max allowed dev name len [32]\n", 1},
     };
-    for (const auto &test : cases) {
+    for (const auto &[sent, expected, read] : cases) {
         client c;
         set_verb_level(2);
-        const std::string told = console_of([&] { EXPECT_EQ(c.feed(test.sent), 0u); });
-        EXPECT_NE(told.find(test.told), std::string::npos) << told;
-        EXPECT_EQ(told.find("Invalid") == std::string::npos, test.told.find("Invalid") == std::string::npos)
-            << told;
-        EXPECT_EQ(client::got.size(), test.read ? 1u : 0u) << test.told;
-        EXPECT_EQ(c.tool.rx_state, 0u) << test.told;
+        const std::string console = told(0, [&, &sent = sent] { return c.feed(sent); });
+        EXPECT_NE(console.find(expected), std::string::npos) << console;
+        EXPECT_EQ(console.find("Invalid") == std::string::npos, expected.find("Invalid") == std::string::npos)
+            << console;
+        EXPECT_EQ(client::got.size(), read) << expected;
+        EXPECT_EQ(c.tool.rx_state, 0u) << expected;
         set_verb_level(0);
         c.feed("." + frame());
-        EXPECT_EQ(client::got.back(), frame()) << test.told;
+        EXPECT_EQ(client::got.back(), frame()) << expected;
     }
 }
 
@@ -277,10 +275,8 @@ TEST(StateEngine, WalksAnyTable)
     for (const auto &test : cases) {
         uint32_t state = test.state, result = test.result;
         std::string steps;
-        EXPECT_EQ(console_of([&] {
-                      EXPECT_EQ(state_traversal(test.info, &state, test.event, &steps, &result), test.status);
-                  }),
-                  test.told);
+        const auto walk = [&] { return state_traversal(test.info, &state, test.event, &steps, &result); };
+        EXPECT_EQ(told(test.status, walk), test.told);
         EXPECT_EQ(state, test.next) << test.state << test.told;
         EXPECT_EQ(steps, test.steps) << test.state << test.told;
     }

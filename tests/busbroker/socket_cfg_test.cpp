@@ -56,11 +56,8 @@ TEST(SocketCfg, BothForms)
 TEST(Socket, BindsOrConnectsOrTellsWhyNot)
 {
     const std::string bad_address = error_line("create_socket", "Invalid IP address 1.\\x1b[\n");
-    const struct {
-        sock_cfg cfg;
-        int connect;
-        std::string outcome; // the last message at verbosity 3
-    } rows[] = {
+    // Whether it connects, and the last message at verbosity 3.
+    const std::tuple<sock_cfg, int, std::string> rows[] = {
         {{0, 1, 1, "127.0.0.1", 0, {}}, 0, "Socket binding successful\nSocket is ready \n"},
         {{0, 1, 1, "", 9, {}}, 1, "Socket connected \nSocket is ready \n"},
         {{0, 1, 0, "::1", 0, {}}, 0, "Currently we don't support IPV6\n"},

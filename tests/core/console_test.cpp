@@ -66,20 +66,21 @@ TEST(Console, Trees)
     const char text[] =
         "<!DOCTYPE a [<!ENTITY port '5001'><!ENTITY ip '::1'>]><a>\n<b>10.0.0.1</b><!-- c --><d><e/> x</d>"
         "<ip>&ip;</ip><PortNo>&port;</PortNo><g>a\x7f\tb</g></a>";
-    xmlDoc *const doc = xmlReadMemory(text, sizeof text - 1, nullptr, nullptr, 0);
+    const std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)> doc(
+        xmlReadMemory(text, sizeof text - 1, nullptr, nullptr, 0), xmlFreeDoc);
     const std::string below = "node type: b = 10.0.0.1\nnode type: d node type: e =  x\n"
                               "node type: ip = ::1\nnode type: PortNo = 5001\nnode type: g = a\\x7f\tb\n";
     set_verb_level(3);
-    xmlNode *const root = xmlDocGetRootElement(doc);
+    xmlNode *const root = xmlDocGetRootElement(doc.get());
     EXPECT_EQ(console_of([&] { print_element(root); }), "node type: a \n" + below);
     EXPECT_EQ(console_of([&] { print_element(root->children->next); }), below);
     print_element(nullptr);
 
     // The way from an entity's declaration may lead back to the reference; by hand, as no parser makes it.
-    xmlNode *const entity = xmlGetIntSubset(doc)->children;
+    xmlNode *const entity = xmlGetIntSubset(doc.get())->children;
     xmlNode *const reference = root->last->prev->children;
     ASSERT_EQ(reference->children, entity);
-    const std::unique_ptr<xmlNode, decltype(&xmlFreeNode)> back(xmlNewReference(doc, entity->name),
+    const std::unique_ptr<xmlNode, decltype(&xmlFreeNode)> back(xmlNewReference(doc.get(), entity->name),
                                                                 xmlFreeNode);
     entity->children->next = back.get();
     EXPECT_EQ(console_of([&] { print_element(reference); }), "= 5001\n= 5001\n");
@@ -95,7 +96,6 @@ TEST(Console, Trees)
     chain.back().type = XML_TEXT_NODE;
     chain.back().content = const_cast<xmlChar *>(root->name);
     EXPECT_EQ(console_of([&] { print_element(chain.data()); }), "node type: a = a\n");
-    xmlFreeDoc(doc);
 }
 
 TEST(Console, CopiesFrontToBack)

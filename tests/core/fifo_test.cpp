@@ -19,32 +19,27 @@ TEST(Fifo, AnswersOfAnyLength)
 {
     const sim_board board;
     const std::string path = board.root + "/answer";
-    struct {
-        int64_t wanted;
-        std::string command;
-        int size; // of the FIFO, as a neighbour may set it; 0: as it is
-        std::string told;
-        uint32_t status = 0;
-        size_t stored = 0;
-    } const cases[] = {
+    // The wanted bytes, the command, the FIFO's size (as a neighbour may set it; 0: as it is), what is told,
+    // the status, and how many bytes are stored.
+    const std::tuple<int64_t, std::string, int, std::string, uint32_t, size_t> cases[] = {
         {300'000, "seq 1 100000 | head -c 300000", 0, "300000 bytes\n", 0, 300'000},
         {300'000, "seq 1 100000 | head -c 200000", 0, "200000 bytes\n", 0, 200'000},
         {10, "seq 1 100000", 0, "10 bytes\n", 0, 10},
-        {0, "seq 1 100000", 0, "0 bytes\n"},
+        {0, "seq 1 100000", 0, "0 bytes\n", 0, 0},
         {9000, "seq 1 100000 | head -c 9000", 4096, "9000 bytes\n", 0, 9000},
-        {300'000, "seq 1 100000; exit 3", 0, error_line("read", "FAILED <<<---\n"), 768},
+        {300'000, "seq 1 100000; exit 3", 0, error_line("read", "FAILED <<<---\n"), 768, 0},
     };
     run_result sequence = run_shell("seq 1 100000");
-    for (const auto &c : cases) {
+    for (const auto &[wanted, text, size, trace, status, stored] : cases) {
         std::vector<char> data(300'000, 'e');
-        boarddiag::fifo_call call = {&frame, "read", path.c_str(), data.data(), c.wanted, -1, 0};
+        boarddiag::fifo_call call = {&frame, "read", path.c_str(), data.data(), wanted, -1, 0};
         boarddiag::command_line command;
         ASSERT_EQ(boarddiag::fifo_run_begin(&call), 0u);
-        EXPECT_TRUE(c.size == 0 || fcntl(call.fd, F_SETPIPE_SZ, c.size) > 0);
-        boarddiag::command_format(&command, "(%s) >%s", c.command.c_str(), path.c_str());
-        EXPECT_EQ(told(c.status, [&] { return boarddiag::fifo_run_end(&call, 0, &command); }), c.told);
-        EXPECT_EQ(sequence.out.compare(0, c.stored, data.data(), c.stored), 0) << c.command;
-        EXPECT_EQ(std::ranges::count(data, 'e'), static_cast<std::ptrdiff_t>(data.size() - c.stored));
+        EXPECT_TRUE(size == 0 || fcntl(call.fd, F_SETPIPE_SZ, size) > 0);
+        boarddiag::command_format(&command, "(%s) >%s", text.c_str(), path.c_str());
+        EXPECT_EQ(told(status, [&] { return boarddiag::fifo_run_end(&call, 0, &command); }), trace);
+        EXPECT_EQ(sequence.out.compare(0, stored, data.data(), stored), 0) << text;
+        EXPECT_EQ(std::ranges::count(data, 'e'), static_cast<std::ptrdiff_t>(data.size() - stored));
     }
 }
 

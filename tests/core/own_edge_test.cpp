@@ -20,25 +20,19 @@ own_edge &edge()
 
 TEST(OwnEdge, SystemGetsTheCommandAndItsResultCounts)
 {
-    struct {
-        int32_t count;
-        size_t answer;
-        int status;
-        std::ptrdiff_t stored;
-    } const cases[] = {{300'000, 300'000, 0, 300'000}, {4, 2, 0, 2}, {4, 100'000, 0, 4}, {4, 4, 77, 0}};
-    for (const auto &c : cases) {
+    const std::tuple<int32_t, size_t, uint32_t, std::ptrdiff_t> cases[] = {
+        {300'000, 300'000, 0, 300'000}, {4, 2, 0, 2}, {4, 100'000, 0, 4}, {4, 4, 77, 0}};
+    for (const auto &[count, answer, status, stored] : cases) {
         own_edge &own = edge();
         std::vector<uint8_t> data(300'000, 0xee);
-        own.answer_size = c.answer;
-        own.status = c.status;
-        diagtest::console_of([&] {
-            EXPECT_EQ(i2ctool_get("3", 0x50, 1, &reg8_data8, c.count, path, data.data()),
-                      static_cast<uint32_t>(c.status));
-        });
-        EXPECT_EQ(own.calls, "i2ctool --read --bus=3 --addr=0x50 --count=" + std::to_string(c.count) +
+        own.answer_size = answer;
+        own.status = static_cast<int>(status);
+        diagtest::told(
+            status, [&, n = count] { return i2ctool_get("3", 0x50, 1, &reg8_data8, n, path, data.data()); });
+        EXPECT_EQ(own.calls, "i2ctool --read --bus=3 --addr=0x50 --count=" + std::to_string(count) +
                                  " --pipe=" + path + " --width=8 --reg=0x01");
-        EXPECT_TRUE(c.stored == 0 || data[static_cast<size_t>(c.stored) - 1] == (c.stored - 1) % 200);
-        EXPECT_EQ(std::ranges::count(data, 0xee), 300'000 - c.stored);
+        EXPECT_TRUE(stored == 0 || data[static_cast<size_t>(stored) - 1] == (stored - 1) % 200);
+        EXPECT_EQ(std::ranges::count(data, 0xee), 300'000 - stored);
     }
 }
 

@@ -28,9 +28,7 @@ std::string joined(const boarddiag::plain_command &plain)
 
 TEST(Command, IsSplitOnlyWhenAShellWouldDoNoMore)
 {
-    struct {
-        const char *command, *split;
-    } const cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         {"i2ctool --read --bus=3  --addr=0x50 ", "[i2ctool][--read][--bus=3][--addr=0x50]"},
         {"  lpctool --val=0x1,0x20", "[lpctool][--val=0x1,0x20]"},
         {"ipmitool raw 0x6 > /dev/null", "[ipmitool][raw][0x6]1>/dev/null"},
@@ -38,23 +36,17 @@ TEST(Command, IsSplitOnlyWhenAShellWouldDoNoMore)
         {"ipmitool raw 2>/dev/null", "[ipmitool][raw]2>/dev/null"},
         {"a >x 2>y", "[a]1>x2>y"},
     };
-    for (const auto &c : cases) {
-        boarddiag::plain_command plain;
-        const bool split = boarddiag::split_plain_command(c.command, &plain);
-        EXPECT_EQ(split ? joined(plain) : "", c.split) << c.command;
+    boarddiag::plain_command plain;
+    for (const auto &[command, words] : cases) {
+        const bool split = boarddiag::split_plain_command(command, &plain);
+        EXPECT_EQ(split ? joined(plain) : "", words) << command;
     }
     for (const char *command :
          {"",      "   ",  "A=1 b", "a $HOME", "a;b",    "a b|c",   "a & b", "a 'b'", "a \"b\"",   "a `b`",
           "a \\b", "a *",  "a b?",  "a [b]",   "a ~",    "a #b",    "! a",   "{ a",   "(a)",       "a\tb",
           "a\nb",  "a <b", "a >",   "a >>b",   "a 2>&1", "a >b >c", "a 3>b", "> b",   "a \xc3\xa9"}) {
-        boarddiag::plain_command plain;
         EXPECT_FALSE(boarddiag::split_plain_command(command, &plain)) << command;
     }
-}
-
-TEST(Command, OfTooManyWordsOrCharactersIsAShellsWork)
-{
-    boarddiag::plain_command plain;
     const std::string words = times(static_cast<int>(plain.max_words), "a ");
     EXPECT_TRUE(boarddiag::split_plain_command(words.c_str(), &plain));
     EXPECT_FALSE(boarddiag::split_plain_command((words + "a").c_str(), &plain));
@@ -80,29 +72,26 @@ TEST_F(Run, ReturnsTheWaitStatusThatAShellWouldGive)
     const std::string seven = script("seven", "#!/bin/sh\nexit 7\n");
     const std::string bare = script("bare", "exit 5\n"); // no #! line: a shell runs it all the same
     const std::string dies = script("dies", "#!/bin/sh\nkill -$1 $$\n");
-    struct {
-        std::string command;
-        int status;
-        std::string told = {}; // on standard error
-    } const cases[] = {
-        {"true", 0},
-        {seven, 7 << 8},
-        {bare, 5 << 8},
+    // The command, its status, and what is told on standard error.
+    const std::tuple<std::string, int, std::string> cases[] = {
+        {"true", 0, ""},
+        {seven, 7 << 8, ""},
+        {bare, 5 << 8, ""},
         {dies + " TERM", (128 + SIGTERM) << 8, "Terminated\n"},
         {dies + " KILL >/dev/null", (128 + SIGKILL) << 8, "Killed\n"},
-        {dies + " PIPE", (128 + SIGPIPE) << 8},
-        {dies + " INT", SIGINT},
+        {dies + " PIPE", (128 + SIGPIPE) << 8, ""},
+        {dies + " INT", SIGINT, ""},
         {dies + " QUIT", SIGQUIT, "Quit\n"},
         {dies + " 'TERM'", (128 + SIGTERM) << 8, "Terminated\n"}, // a real shell's words
-        {"exit 3", 3 << 8},
-        {"(exit 4)", 4 << 8},
-        {"", 0},
-        {folder + "/none 2>/dev/null", 127 << 8},
+        {"exit 3", 3 << 8, ""},
+        {"(exit 4)", 4 << 8, ""},
+        {"", 0, ""},
+        {folder + "/none 2>/dev/null", 127 << 8, ""},
     };
-    for (const auto &c : cases) {
+    for (const auto &[command, status, told] : cases) {
         testing::internal::CaptureStderr();
-        EXPECT_EQ(run_command(c.command.c_str()) & ~0x80, c.status & ~0x80) << c.command; // 0x80: a core file
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), c.told) << c.command;
+        EXPECT_EQ(run_command(command.c_str()) & ~0x80, status & ~0x80) << command; // 0x80: a core file
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), told) << command;
     }
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD);
@@ -118,6 +107,12 @@ TEST_F(Run, RedirectsWithAndWithoutAShell)
     EXPECT_EQ(run_command(("true > " + folder + "/no/such 2>/dev/null").c_str()) & 0xff, 0);
 }
 
+// Those of a line like "SigIgn:\t0000000000001000", as bits.
+uint64_t interrupts_in(const std::string &line)
+{
+    return std::stoull(line.substr(8), nullptr, 16) & (1u << (SIGINT - 1) | 1u << (SIGQUIT - 1));
+}
+
 TEST_F(Run, KeepsSignalsAsSystemDoes)
 {
     // The tool sees the caller's own signals; the caller ignores them while the tool interrupts its group.
@@ -127,9 +122,7 @@ TEST_F(Run, KeepsSignalsAsSystemDoes)
     struct sigaction now = {};
     sigaction(SIGINT, nullptr, &now);
     EXPECT_EQ(now.sa_handler, SIG_DFL);
-    const std::string ignored = text_of(folder + "/ignored");
-    EXPECT_EQ(std::stoull(ignored.substr(8), nullptr, 16) & ((1u << (SIGINT - 1)) | (1u << (SIGQUIT - 1))),
-              0u);
+    EXPECT_EQ(interrupts_in(text_of(folder + "/ignored")), 0u);
 }
 
 std::string output_of(const std::string &command)
@@ -151,8 +144,7 @@ TEST_F(Run, AToolWhoseTextIsReadIsInterruptedThoughCommandsRun)
     boarddiag::begin_run(&signals); // as a command in another thread does
     const std::string ignored = output_of("grep SigIgn /proc/self/status");
     boarddiag::end_run(&signals);
-    EXPECT_EQ(std::stoull(ignored.substr(8), nullptr, 16) & ((1u << (SIGINT - 1)) | (1u << (SIGQUIT - 1))),
-              0u);
+    EXPECT_EQ(interrupts_in(ignored), 0u);
 }
 
 TEST_F(Run, LeavesAToolThatCannotBeStartedToTheShell)

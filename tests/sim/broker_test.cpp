@@ -45,7 +45,6 @@ class SimBroker : public testing::Test {
 
     void start(const std::vector<std::string> &options = {})
     {
-        broker.reset();
         broker.emplace(options);
         client->sock_cfg.port = broker->port;
         close(client->sock_fd);

@@ -21,12 +21,9 @@ class Fpga : public testing::Test {
         std::istringstream in(accesses);
         std::ostringstream shown;
         for (std::string word; in >> word;) {
-            size_t end = 0;
+            uint32_t reg = 0, written = 0;
             uint8_t value = 0;
-            const auto reg = static_cast<uint32_t>(std::stoul(word, &end, 16));
-            const bool reads = end == word.size();
-            const uint32_t written =
-                reads ? 0 : static_cast<uint32_t>(std::stoul(word.substr(end + 1), nullptr, 16));
+            const bool reads = sscanf(word.c_str(), "%x=%x", &reg, &written) == 1;
             const uint32_t status =
                 reads ? lpctool_get_mbox(&mailbox, reg, &value, nullptr, nullptr, "", "", 0, 0)
                       : lpctool_set_mbox(&mailbox, reg, written, nullptr, nullptr, "", "", 0);

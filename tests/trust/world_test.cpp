@@ -90,10 +90,11 @@ outcome refused(const wrapper &w, const std::string &report)
     return report.empty() ? of_good_tool(w, 0) : outcome{status, 0, error_line(w.name, report + "\n")};
 }
 
+// Without a beginning and an end of its own a fault is one of all tools.
 struct fault {
     const char *name;
-    std::function<void()> begin, end;
     std::function<outcome(const wrapper &)> expected;
+    std::function<void()> begin = {}, end = {};
     bool leaves_fifos = false;
 };
 
@@ -178,13 +179,18 @@ class World : public Calls {
     void meet(const fault &f)
     {
         SCOPED_TRACE(f.name);
-        const auto results = call_all(f.begin);
+        std::string lines;
+        for (const char *tool :
+             {"i2ctool", "ipmitool", "gpiotool", "lpctool", "pcitool", "memtool", "nvramtool"}) {
+            lines += tool + " 0 "s + f.name + "\n";
+        }
+        const auto results = call_all(f.begin ? f.begin : [&] { board.set_faults(lines); });
         for (size_t i = 0; i < all.size(); i++) {
             expect(all[i], results[i], good[i], f.expected(all[i]), f.leaves_fifos);
         }
         EXPECT_LE(std::ranges::count(told, '\n'), 1)
             << "more than ipmitool's line behind all reports: " << told;
-        f.end();
+        f.end ? f.end() : board.set_faults("");
         expect_good();
     }
 };
@@ -196,43 +202,34 @@ TEST_F(World, FaultsOfToolsFoldersAndDescriptors)
     getrlimit(RLIMIT_NOFILE, &found);
     const struct rlimit few = {32, found.rlim_max};
     std::vector<int> used;
-    const auto all_fail = [this](const std::string &how) {
-        std::string lines;
-        for (const char *tool :
-             {"i2ctool", "ipmitool", "gpiotool", "lpctool", "pcitool", "memtool", "nvramtool"}) {
-            lines += tool + " 0 "s + how + "\n";
-        }
-        return [=, this] { board.set_faults(lines); };
-    };
-    const auto no_fault = [this] { board.set_faults(""); };
     const fault faults[] = {
-        {"exit", all_fail("exit 2"), no_fault, [](auto &w) { return of_failed_tool(w, 2 << 8); }},
-        {"signal", all_fail("signal 9"), no_fault,
-         [](auto &w) { return of_failed_tool(w, (128 + SIGKILL) << 8); }},
-        {"silent", all_fail("silent"), no_fault, [](auto &w) { return of_good_tool(w, w.count); }},
-        {"short", all_fail("short 1"), no_fault, [](auto &w) { return of_good_tool(w, 1); }},
-        {"long", all_fail("long 3"), no_fault, [](auto &w) { return of_good_tool(w, 0); }},
-        {"late", all_fail("late 30"), no_fault, [](auto &w) { return of_good_tool(w, 0); }},
-        {"garbage", [this] { board.set_faults("ipmitool 0 garbage\n"); }, no_fault,
+        {"exit 2", [](auto &w) { return of_failed_tool(w, 2 << 8); }},
+        {"signal 9", [](auto &w) { return of_failed_tool(w, (128 + SIGKILL) << 8); }},
+        {"silent", [](auto &w) { return of_good_tool(w, w.count); }},
+        {"short 1", [](auto &w) { return of_good_tool(w, 1); }},
+        {"long 3", [](auto &w) { return of_good_tool(w, 0); }},
+        {"late 30", [](auto &w) { return of_good_tool(w, 0); }},
+        {"garbage",
          [](auto &w) {
              const bool reads_any_text = w.name == "ipmitool_get"s; // and makes bytes of it
              return w.answers_by >= text && !reads_any_text ? outcome{w.status} : of_good_tool(w, 0);
-         }},
-        {"SIGCHLD ignored", [] { signal(SIGCHLD, SIG_IGN); }, [] { signal(SIGCHLD, SIG_DFL); },
-         [](auto &w) { return w.answers_by == text ? of_good_tool(w, 0) : of_failed_tool(w, minus_one); }},
-        {"no tools", [] { setenv("PATH", "/nowhere", 1); }, [&] { setenv("PATH", path_now.c_str(), 1); },
-         [](auto &w) { return of_failed_tool(w, 127 << 8); }},
-        {"no folder", [this] { folder += "/none"; }, [this] { folder = board.root; },
-         [](auto &w) { return refused(w, w.create_failed); }},
-        {"no descriptor",
+         },
+         [this] { board.set_faults("ipmitool 0 garbage\n"); }, [this] { board.set_faults(""); }},
+        {"SIGCHLD ignored",
+         [](auto &w) { return w.answers_by == text ? of_good_tool(w, 0) : of_failed_tool(w, minus_one); },
+         [] { signal(SIGCHLD, SIG_IGN); }, [] { signal(SIGCHLD, SIG_DFL); }},
+        {"no tools", [](auto &w) { return of_failed_tool(w, 127 << 8); },
+         [] { setenv("PATH", "/nowhere", 1); }, [&] { setenv("PATH", path_now.c_str(), 1); }},
+        {"no folder", [](auto &w) { return refused(w, w.create_failed); }, [this] { folder += "/none"; },
+         [this] { folder = board.root; }},
+        {"no descriptor", [](auto &w) { return refused(w, w.open_failed); },
          [&] {
              setrlimit(RLIMIT_NOFILE, &few);
              for (int fd; (fd = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)) >= 0;) { // which tools do not have
                  used.push_back(fd);
              }
          },
-         [&] { std::ranges::for_each(used, close), setrlimit(RLIMIT_NOFILE, &found); },
-         [](auto &w) { return refused(w, w.open_failed); }, true},
+         [&] { std::ranges::for_each(used, close), setrlimit(RLIMIT_NOFILE, &found); }, true},
     };
     std::ranges::for_each(faults, [this](const fault &f) { meet(f); });
 }
