@@ -88,7 +88,7 @@ TEST_F(Commands, DryRunsAndRefusals)
 
 TEST_F(Commands, GpioLpcPciAndMemory)
 {
-    const uint8_t high = 0xff, values[] = {0x00, 0x0a, 0xff};
+    const uint8_t high = 0xff, vals[] = {0x00, 0x0a, 0xff};
     const uint16_t words[] = {0x1234, 0x5};
     const uint64_t longs[] = {UINT64_MAX, 0x0123456789abcdef};
     const std::string lpc = "Calling lpctool --write --addr=0x00000090 --size=b ";
@@ -99,15 +99,15 @@ TEST_F(Commands, GpioLpcPciAndMemory)
     set_debug_enable(1); // these writes know no dry run
     expect("Calling gpiotool --set --chip=0 --pin=17 --val=255 --busbroker_req\nbyte written to GPIO\n", 0,
            gpiotool_set, 0, 17, &high, 1);
-    expect(lpc + "--val=0x0,0xa,0xff\n3 bytes written to lpc\n", 0, lpctool_set, 0x90, values, 3, 'b', 0);
-    expect(lpc + "--busbroker_req  --val=\n-2 bytes written to lpc\n", 0, lpctool_set, 0x90, values, -2, 'b',
+    expect(lpc + "--val=0x0,0xa,0xff\n3 bytes written to lpc\n", 0, lpctool_set, 0x90, vals, 3, 'b', 0);
+    expect(lpc + "--busbroker_req  --val=\n-2 bytes written to lpc\n", 0, lpctool_set, 0x90, vals, -2, 'b',
            1);
     expect("Calling memtool --write --busbroker --addr=0x80000000 --width=16 --val=0x1234,0x5\n"
            "2 bytes written to memory\n",
            0, memtool_set, 0x80000000, 16, words, 2, 1);
     expect(mem + "4 --width=64 --val=0xffffffffffffffff,0x123456789abcdef\n2 bytes written to memory\n", 0,
            memtool_set, 0x80000004, 64, longs, 2, 0);
-    expect(mem + "0 --width=32 --val=\n0 bytes written to memory\n", 0, memtool_set, 0x80000000, 32, words, 0,
+    expect(mem + "0 --width=32 --val=\n0 bytes written to memory\n", 0, memtool_set, 0x80000000, 32, two, 0,
            0);
     set_debug_enable(0);
 
@@ -127,8 +127,8 @@ TEST_F(Commands, GpioLpcPciAndMemory)
     EXPECT_EQ(got(7), (bytes{0x12, 0x34, 0x00, 0x05, 0xff, 0xff, 0xee}));
     expect(mem_get + " --count=2 --width=64 --pipe=" + path + "\n16 bytes read from the fifo\n", 0,
            memtool_get, 0x80000000, 2, 64, pipe, 0, dest);
-    EXPECT_EQ(got(17), (bytes{0x34, 0x12, 5, 0, 255, 255, 255, 255, 255, 255, 255, 255, 0xef, 0xcd, 0xab,
-                              0x89, 0xee}));
+    EXPECT_EQ(got(17),
+              (bytes{52, 18, 5, 0, 255, 255, 255, 255, 255, 255, 255, 255, 0xef, 0xcd, 0xab, 0x89, 0xee}));
 }
 
 TEST_F(Commands, MemoryRefusals)

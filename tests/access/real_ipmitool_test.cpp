@@ -47,14 +47,12 @@ class RealIpmitool : public Calls {
         std::ofstream(board.root + "/bmc.emu") << emulation;
         become("exec " + tool + " -I lan -H 127.0.0.1 -p " + std::to_string(port) +
                " -U tester -P test \"$@\"");
-        controller = popen(("cd " + board.root + "; echo $$; exec " + simulator +
-                            " -n -c lan.conf -f bmc.emu -s . >/dev/null 2>&1")
-                               .c_str(),
-                           "re");
+        const std::string command = "cd " + board.root + "; echo $$; exec " + simulator +
+                                    " -n -c lan.conf -f bmc.emu -s . >/dev/null 2>&1";
+        controller = popen(command.c_str(), "re");
         ASSERT_EQ(fscanf(controller, "%d", &pid), 1);
-        char bound[80];
-        snprintf(bound, sizeof bound, "timeout 5 sh -c 'until grep -q :%04X /proc/net/udp; do :; done'",
-                 port);
+        const std::string bound = "timeout 5 sh -c \"until grep -q $(printf :%04X " + std::to_string(port) +
+                                  ") /proc/net/udp; do :; done\"";
         ASSERT_EQ(run_shell(bound).status, 0);
     }
 
@@ -70,8 +68,7 @@ class RealIpmitool : public Calls {
 TEST_F(RealIpmitool, AnswersOfOneLineAndOfMore)
 {
     EXPECT_EQ(ipmitool2_get(0x06, 0x01, 0, nullptr, 15, dest), 0u);
-    EXPECT_EQ(got(15), (bytes{0x00, 0x03, 0x09, 0x08, 0x02, 0x9f, 0x91, 0x12, 0x00, 0x02, 0x0f, 0x00, 0x00,
-                              0x00, 0x00}));
+    EXPECT_EQ(got(15), (bytes{0, 3, 0x09, 0x08, 0x02, 0x9f, 0x91, 0x12, 0, 2, 0x0f, 0, 0, 0, 0}));
     const uint8_t read_fru[] = {0, 0, 0, 20}; // of device 0, from offset 0, 20 bytes
     bytes counted(21, 20);
     std::iota(counted.begin() + 1, counted.end(), uint8_t{1});

@@ -7,8 +7,6 @@
 #include "busbroker/loopback.h"
 #include "busbroker/queues.h"
 
-using diagtest::await;
-
 namespace {
 
 void queue(tool_info *tool, uint32_t id, uint8_t flags = 0, uint32_t interval = 200)
@@ -43,7 +41,7 @@ std::string pass(tool_info *tool, int ticks = 0)
 
 TEST(Queues, WaitingRequestHoldsBackUntilAnsweredOrGivenUp)
 {
-    tool_info *tool = diagtest::new_client();
+    tool_info *tool = new_client();
     int32_t no_socket = -1;
     EXPECT_EQ(queue_tx_buf(nullptr, strdup("released"), 8, 0, 0, 1), DIAG_ERR_INVALID_ARG);
     queue(tool, 1);
@@ -68,8 +66,8 @@ TEST(Queues, WaitingRequestHoldsBackUntilAnsweredOrGivenUp)
     EXPECT_EQ(file(tool, BB_RESP_SUCCESS, 2, "bytes"), 0u);
     EXPECT_EQ(pass(tool, 1), "3 3 ") << "an interval of 0 is one tick";
     std::swap(tool->sock_fd, no_socket);
-    EXPECT_EQ(diagtest::console_of([&] { pass(tool, 1); }),
-              diagtest::error_line("sock_tx_thread", "Error while trying to send data with errcode 9\n"));
+    EXPECT_EQ(console_of([&] { pass(tool, 1); }),
+              error_line("sock_tx_thread", "Error while trying to send data with errcode 9\n"));
     EXPECT_EQ(made->send_count, 4) << "a failed send counts twice";
     EXPECT_EQ(enqueue_rx_queues(tool, BB_RESP_ACK, 2, nullptr, 0), 0u) << "leaves the bytes of the success";
     char buf[8] = "";
@@ -91,7 +89,7 @@ TEST(Queues, WaitingRequestHoldsBackUntilAnsweredOrGivenUp)
 TEST(Queues, StreamGetsWholeFramesWhateverInterruptsAndHoweverSlowItsReader)
 {
     static std::atomic<uint32_t> ticks;
-    tool_info *tool = diagtest::new_client();
+    tool_info *tool = new_client();
     sock_cfg cfg = {0, 0, 1, "127.0.0.1", 0, {}};
     int32_t listener = -1;
     EXPECT_EQ(create_socket(&cfg, &listener, 0), 0u);
@@ -124,14 +122,14 @@ TEST(Queues, StreamGetsWholeFramesWhateverInterruptsAndHoweverSlowItsReader)
     reader.join();
     EXPECT_TRUE(got == expected) << got.size();
     queue(tool, 4); // no signal comes of a stream that takes nothing any more
-    EXPECT_EQ(diagtest::console_of([&] { boarddiag::send_due_requests(tool); }),
-              diagtest::error_line("sock_tx_thread", "Error while trying to send data with errcode 32\n"));
-    diagtest::forget_requests(tool);
+    EXPECT_EQ(console_of([&] { boarddiag::send_due_requests(tool); }),
+              error_line("sock_tx_thread", "Error while trying to send data with errcode 32\n"));
+    forget_requests(tool);
 }
 
 TEST(Queues, PassSkipsFewerThanFiveRequestsThatNobodyWaitsFor)
 {
-    tool_info *tool = diagtest::new_client();
+    tool_info *tool = new_client();
     for (uint32_t id = 1; id <= 6; id++) {
         queue(tool, id, BB_REQ_NO_WAIT, id <= 2 ? 100 : 1000);
     }
@@ -140,12 +138,12 @@ TEST(Queues, PassSkipsFewerThanFiveRequestsThatNobodyWaitsFor)
     EXPECT_EQ(pass(tool), "");
     EXPECT_EQ(pass(tool, 1), "1 2 7 ");
     EXPECT_EQ(pass(tool, 4), "1 2 1 2 7 1 2 1 2 7 ") << "without end";
-    diagtest::forget_requests(tool);
+    forget_requests(tool);
 }
 
 TEST(Queues, EveryTickIsTakenAndAgesCountdowns)
 {
-    tool_info *tool = diagtest::new_client();
+    tool_info *tool = new_client();
     EXPECT_EQ(create_thread(&tool->tx_thread, nullptr, sock_tx_thread, tool), 0u);
     await([=] { return std::atomic_ref(tool->tx_pid) != 0; });
     for (int tick = 0; tick < 3; tick++) { // with nothing queued
@@ -163,15 +161,14 @@ TEST(Queues, EveryTickIsTakenAndAgesCountdowns)
 
 TEST(Receive, EndsTheProcessOnAnEmptyDatagramAfterTheLargestOne)
 {
-    tool_info *tool = diagtest::new_client();
+    tool_info *tool = new_client();
     const auto send = [&](const std::string &text) {
         sendto(tool->sock_fd, text.data(), text.size(), 0,
                reinterpret_cast<const sockaddr *>(&tool->sock_cfg.sock_addr), sizeof(sockaddr_in));
     };
     send("a\x1b\n");
     set_verb_level(3);
-    EXPECT_EQ(diagtest::told(0, [&] { return receive_from_socket(tool); }),
-              "Rx data of len 3 is a\\x1b\\n\n");
+    EXPECT_EQ(told(0, [&] { return receive_from_socket(tool); }), "Rx data of len 3 is a\\x1b\\n\n");
     set_verb_level(0);
     send(std::string(5000, 'x'));
     EXPECT_EQ(receive_from_socket(tool), 0u);

@@ -5,11 +5,6 @@
 
 #include "busbroker/loopback.h"
 
-using diagtest::console_of;
-using diagtest::request_record;
-using diagtest::request_view;
-using diagtest::start_client;
-
 namespace {
 
 using answers = std::vector<std::string>;
@@ -76,7 +71,7 @@ TEST(Request, EndsAsTheBrokerSays)
         req.count = row.type == BB_REQ_READ ? 3 : 1;
         req.resp_buf = reinterpret_cast<uint8_t *>(buf);
         const bool good = row.reason[0] == '\0';
-        EXPECT_EQ(diagtest::told(good ? 0 : DIAG_ERR_INVALID_ARG, [&] { return send(tool, &req, row.type); }),
+        EXPECT_EQ(told(good ? 0 : DIAG_ERR_INVALID_ARG, [&] { return send(tool, &req, row.type); }),
                   row.told);
         EXPECT_TRUE(good || std::string(diag_reason()) == row.reason) << diag_reason();
         EXPECT_EQ(req.transac_id, id);
@@ -84,7 +79,7 @@ TEST(Request, EndsAsTheBrokerSays)
         EXPECT_STREQ(req.support_data, ",5a") << "to be looked at, and framed again";
         EXPECT_EQ(strlen(req.data), req.data_len);
     }
-    EXPECT_TRUE(diagtest::is_idle(tool));
+    EXPECT_TRUE(is_idle(tool));
 }
 
 TEST(Request, LostAnswersAreAskedForAgainAndGivenUpAfterThreeSendsInVain)
@@ -123,15 +118,15 @@ TEST(Request, LostAnswersAreAskedForAgainAndGivenUpAfterThreeSendsInVain)
 TEST(Request, AFrameCutShortCostsTheRequestUnderWayAndNoOther)
 {
     static std::atomic<int> spoiled, handled;
-    diagtest::datagram_handler = [](tool_info *client, void *argument) {
+    datagram_handler = [](tool_info *client, void *argument) {
         client->rx_state = ++handled == 1 ? 65535 : client->rx_state; // refuses the first datagram
         busbroker_rx_state_machine(client, argument);
         return 0x77u; // says nothing of the machine
     };
     tool_info *tool = start_client(
         [](const request_view &request) {
-            const std::string whole = diagtest::response_frame(request, "Success"),
-                              other = diagtest::response_frame({request.transac_id + 1, 0, ""}, "No");
+            const std::string whole = response_frame(request, "Success"),
+                              other = response_frame({request.transac_id + 1, 0, ""}, "No");
             if (request.transac_id == 1 && ++spoiled == 1) { // announces 65535 characters of data
                 return answers{"!" + whole.substr(0, 43) + "ffff00", "Success"};
             }
@@ -140,7 +135,7 @@ TEST(Request, AFrameCutShortCostsTheRequestUnderWayAndNoOther)
         every_ms);
     for (uint32_t id = 0; id < 20; id++) {
         request_record req(id, 0, id < 2 ? 10'000 : 60'000);
-        EXPECT_EQ(diagtest::told(id == 1 ? DIAG_ERR_INVALID_ARG : 0, [&] { return send(tool, &req); }),
+        EXPECT_EQ(told(id == 1 ? DIAG_ERR_INVALID_ARG : 0, [&] { return send(tool, &req); }),
                   id == 0 ? "Error with the state machine info or the input event is invalid \n" : "");
     }
 }
@@ -151,8 +146,8 @@ TEST(Request, RefusesAnIdThatIsPendingAndTheChildOfAFork)
     request_record req(7, BB_REQ_NO_WAIT);
     EXPECT_EQ(send(tool, &req), 0u);
     req.transac_id = 7;
-    EXPECT_EQ(diagtest::told(DIAG_ERR_INVALID_ARG, [&] { return send(tool, &req); }),
-              diagtest::error_line("request_busbroker", "Transaction id 7 is pending already\n"));
+    EXPECT_EQ(told(DIAG_ERR_INVALID_ARG, [&] { return send(tool, &req); }),
+              error_line("request_busbroker", "Transaction id 7 is pending already\n"));
     EXPECT_EQ(req.transac_id, 8u);
     const std::string owner = "run in process " + std::to_string(getpid()) + ", not in ";
     const auto refused = [&](uint32_t status) {
@@ -168,7 +163,7 @@ TEST(Request, RefusesAnIdThatIsPendingAndTheChildOfAFork)
 
 TEST(Request, TellsOnceThatNothingSendsOrAges)
 {
-    tool_info *const clients[] = {diagtest::new_client(), diagtest::new_client()};
+    tool_info *const clients[] = {new_client(), new_client()};
     clients[1]->sock_cfg.port = ntohs(clients[0]->sock_cfg.sock_addr.sin_port); // where nobody reads
     EXPECT_EQ(create_sock_threads(nullptr, nullptr, clients[1], sock_tx_thread, sock_rx_thread, 1), 0u);
     std::string told = console_of([&] {
@@ -181,7 +176,7 @@ TEST(Request, TellsOnceThatNothingSendsOrAges)
         }
         for (uint32_t id = 0; id < 4; id++) {
             tool_info *tool = clients[id / 2];
-            diagtest::await([=] { return std::atomic_ref(tool->has_told_no_tick) != 0; });
+            await([=] { return std::atomic_ref(tool->has_told_no_tick) != 0; });
             EXPECT_EQ(enqueue_rx_queues(tool, BB_RESP_SUCCESS, id, nullptr, 0), 0u);
         }
     });

@@ -37,9 +37,9 @@ TEST(Log, ErrorsReachBothSinksWhateverTheThresholdsAndAreCutAt1023Characters)
 TEST(Log, ReportsOfThreadsDoNotMixOnTheConsole)
 {
     const auto told = capture([] {
-        std::vector<std::jthread> threads(4);
-        for (std::jthread &thread : threads) {
-            thread = std::jthread([] {
+        std::vector<std::jthread> threads;
+        while (threads.size() < 4) {
+            threads.emplace_back([] {
                 for (int n = 0; n < 200; n++) {
                     REPORT_ERROR("f", "m\n");
                 }

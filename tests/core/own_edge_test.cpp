@@ -27,8 +27,7 @@ TEST(OwnEdge, SystemGetsTheCommandAndItsResultCounts)
         std::vector<uint8_t> data(300'000, 0xee);
         own.answer_size = answer;
         own.status = static_cast<int>(status);
-        diagtest::told(
-            status, [&, n = count] { return i2ctool_get("3", 0x50, 1, &reg8_data8, n, path, data.data()); });
+        told(status, [&, n = count] { return i2ctool_get("3", 0x50, 1, &reg8_data8, n, path, data.data()); });
         EXPECT_EQ(own.calls, "i2ctool --read --bus=3 --addr=0x50 --count=" + std::to_string(count) +
                                  " --pipe=" + path + " --width=8 --reg=0x01");
         EXPECT_TRUE(stored == 0 || data[static_cast<size_t>(stored) - 1] == (stored - 1) % 200);
@@ -46,10 +45,8 @@ TEST(OwnEdge, TextIsReadFromPopenAndClosedWithPclose)
     EXPECT_STREQ(own.calls, "ipmitool raw 0x06 0x01 |closed");
     EXPECT_EQ(data[2], 3);
     edge();
-    EXPECT_EQ(
-        diagtest::told(UINT32_MAX, [&] { return ipmitool_get("0-3", 1, 2, &reg8_data8, 1, nullptr, data); }),
-        diagtest::error_line("ipmitool_get",
-                             "shell command(ipmitool raw 0x38 0x2 0x3 0x1 0x2 0x1) failed\n"));
+    EXPECT_EQ(told(UINT32_MAX, [&] { return ipmitool_get("0-3", 1, 2, &reg8_data8, 1, nullptr, data); }),
+              error_line("ipmitool_get", "shell command(ipmitool raw 0x38 0x2 0x3 0x1 0x2 0x1) failed\n"));
 }
 
 TEST(OwnEdge, PausesAreCallsOfUsleep)
@@ -58,7 +55,7 @@ TEST(OwnEdge, PausesAreCallsOfUsleep)
     own.answer_size = 1;
     const mbox_info mbox = {0x80, 0x81, 0x82, 0x83};
     fpga_mode_info mode = {};
-    diagtest::console_of([&] { set_fpga_mode(&mode, &mbox, 0, 0); });
+    console_of([&] { set_fpga_mode(&mode, &mbox, 0, 0); });
     EXPECT_GT(own.pauses, 0);
     EXPECT_EQ(own.pause, 100'000u);
 }

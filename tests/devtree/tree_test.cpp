@@ -203,30 +203,26 @@ TEST(Tree, AMuxIsEnteredIntoTheDaemonsRecord)
     EXPECT_EQ(p.on(24), ":M2=-1 M1=10 ") << "a refused mux is not entered";
 }
 
-std::vector<std::string> random_items(size_t count)
+std::string random_list(size_t count)
 {
     std::mt19937 random(20240);
-    std::vector<std::string> items;
+    std::string list;
     const char *const malformed[] = {"M1-3x.D", "M2-.", "M1-1.M1-", "M3--", "-", "M2-1.M9-g.X", "M1-1."};
-    while (items.size() < count) {
+    for (size_t n = 0; n < count; n++) {
         std::string path;
         for (auto hops = random() % 4; hops > 0; hops--) {
             path += "M" + std::to_string(random() % 12) + "-" + "123456789abc"[random() % 12] + ".";
         }
         const auto kind = random() % 8;
         const std::string device = path + (kind < 4 ? "M" : "D") + std::to_string(random() % 400);
-        items.push_back(kind == 0 ? malformed[random() % 7] : device + (kind < 4 ? "=PCA9548" : ""));
+        list += (kind == 0 ? malformed[random() % 7] : device + (kind < 4 ? "=PCA9548" : "")) + " ";
     }
-    return items;
+    return list;
 }
 
 TEST(Tree, RandomListsAreTheSameWithAndWithoutTheIndex)
 {
-    const auto items = random_items(3000);
-    std::string list;
-    for (const std::string &item : items) {
-        list += item + " ";
-    }
+    const std::string list = random_list(3000);
     platform &indexed = make(list), &walked = make(list);
     console_of([&] {
         indexed.build();

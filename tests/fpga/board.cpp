@@ -44,16 +44,6 @@ uint32_t __wrap_lpctool_get(uint32_t addr, int32_t count, char size, const char 
     return fpga.touch(addr, data, false);
 }
 
-void __wrap_update_busbroker_req_fields(busbroker_req_resp *req, uint32_t addr, uint16_t count, uint8_t width,
-                                        uint8_t *data, uint8_t flags, int32_t type, uint8_t code,
-                                        const uint8_t *support, uint8_t support_count)
-{
-    fpga.steps += text("fill %d %d %d\n", type, support != nullptr, support_count);
-    req->addr = addr, req->count = count, req->width = width, req->flags = flags, req->code = code;
-    req->write_data = type == BB_REQ_WRITE ? data : nullptr;
-    req->resp_buf = type == BB_REQ_READ ? data : nullptr;
-}
-
 uint32_t __wrap_request_busbroker(busbroker_req_resp *req, tool_info *tool, const char *dev_id,
                                   const char *dev_name, uint32_t prio, uint32_t type, uint32_t ind)
 {
@@ -61,9 +51,9 @@ uint32_t __wrap_request_busbroker(busbroker_req_resp *req, tool_info *tool, cons
     free_req_texts(req);
     req->data = strdup("released by the caller");
     uint8_t byte = write ? *req->write_data : uint8_t{0};
-    fpga.steps +=
-        text("%d %s %s prio %u type %u ind %u: %x=%x n%u w%u f%x c%x\n", tool != nullptr, dev_id, dev_name,
-             prio, type, ind, req->addr, byte, req->count, req->width, req->flags, req->code);
+    fpga.steps += text("%d %s %s prio %u type %u ind %u: %x=%x n%u w%u f%x c%x s%u\n", tool != nullptr,
+                       dev_id, dev_name, prio, type, ind, req->addr, byte, req->count, req->width, req->flags,
+                       req->code, req->support_count);
     return fpga.touch(req->addr, write ? &byte : req->resp_buf, write);
 }
 

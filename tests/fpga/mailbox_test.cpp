@@ -21,13 +21,13 @@ struct access_case {
 TEST(Mailbox, EachPathTakesItsThreeSteps)
 {
     const std::string runs = "set 80 23 1 b 0\nset 81 45 1 b 0\n", log = "reg 80= 23\nreg 81= 45\n";
-    const std::string requests = "fill 3 0 0\n1 id nm prio 0 type 3 ind 1: 80=23 n1 w8 f4 c1c\n"
-                                 "1 id nm prio 0 type 3 ind 2: 81=45 n1 w8 f4 c1c\n";
+    const std::string requests = "1 id nm prio 0 type 3 ind 1: 80=23 n1 w8 f4 c1c s0\n"
+                                 "1 id nm prio 0 type 3 ind 2: 81=45 n1 w8 f4 c1c s0\n";
     const std::string cases[2][2][2] = {
         {{runs + "set 83 a7 1 b 0\n", log + "reg 83= a7\n"},
-         {requests + "1 id nm prio 0 type 3 ind 5: 83=a7 n1 w8 f4 c1c\n", log}},
+         {requests + "1 id nm prio 0 type 3 ind 5: 83=a7 n1 w8 f4 c1c s0\n", log}},
         {{runs + "get 82 1 b /tmp/mbox_pipe\n", log + "reg 82= 5a\n"},
-         {requests + "fill 2 0 0\n1 id nm prio 0 type 2 ind 5: 82=0 n1 w8 f4 c10\n", log + "reg 82= 5a\n"}}};
+         {requests + "1 id nm prio 0 type 2 ind 5: 82=0 n1 w8 f4 c10 s0\n", log + "reg 82= 5a\n"}}};
     set_verb_level(2);
     for (int n = 0; n < 4; n++) {
         fpga = {};

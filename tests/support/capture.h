@@ -31,11 +31,10 @@
 
 namespace diagtest {
 
-/// Source lines in error prefixes are shown as [#].
+/// Source lines in error prefixes are shown as [#]; calls of the system log as "<PRIORITY>text",
+/// "<open NAME OPTIONS FACILITY>" and "<close>".
 struct captured {
-    std::string console;
-    std::string
-        log; // the calls of the system log: "<PRIORITY>text", "<open NAME OPTIONS FACILITY>", "<close>"
+    std::string console, log;
 };
 
 /// Runs `body` and returns all that it told. Not to be nested.

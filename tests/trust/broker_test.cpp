@@ -9,14 +9,11 @@
 
 namespace {
 
-using diagtest::request_view;
-using diagtest::sim_broker;
-
 constexpr int32_t every_ms = 0; // a tick, which takes 100 ms of a request's patience
 
 class Broker : public Calls {
   protected:
-    diagtest::request_record req;
+    request_record req;
 
     Broker()
     {
@@ -36,7 +33,7 @@ class Broker : public Calls {
     {
         EXPECT_EQ(ask(tool), 0u);
         EXPECT_EQ(got(3), (bytes{'B', 'O', 0xee}));
-        EXPECT_TRUE(diagtest::is_idle(tool));
+        EXPECT_TRUE(is_idle(tool));
     }
 };
 
@@ -57,7 +54,7 @@ TEST_F(Broker, SilentLateOrNonsensicalItEndsEachRequestAndLeavesNothing)
     };
     set_verb_level(-1);
     const std::string port = "--port=" + std::to_string(sim_broker().port);
-    tool_info *tool = diagtest::start_client(static_cast<uint16_t>(std::stoi(port.substr(7))), every_ms);
+    tool_info *tool = start_client(static_cast<uint16_t>(std::stoi(port.substr(7))), every_ms);
     for (const auto &[spoils, retry_ms, least, most, counter] : cases) {
         SCOPED_TRACE(spoils);
         sim_broker broker({port, spoils});
@@ -66,7 +63,7 @@ TEST_F(Broker, SilentLateOrNonsensicalItEndsEachRequestAndLeavesNothing)
             const uint32_t addr = 2 * (i % 10), status = ask(tool, retry_ms, addr);
             EXPECT_EQ(status, status == 0 ? 0 : DIAG_ERR_INVALID_ARG);
             EXPECT_EQ(got(2), status == 0 ? board.image("lpc.bin", addr, 2) : bytes(2, 0xee));
-            EXPECT_TRUE(diagtest::is_idle(tool));
+            EXPECT_TRUE(is_idle(tool));
             failed += status == 0 ? 0 : 1;
         }
         EXPECT_TRUE(failed >= least && failed <= most) << failed;
@@ -82,10 +79,10 @@ TEST_F(Broker, ToolsInheritNoDescriptor)
 {
     become("ls /proc/self/fd >${5#--pipe=}", "lpctool");
     ASSERT_EQ(system(("lpctool 1 2 3 4 --pipe=" + path).c_str()), 0);
-    const std::string before = diagtest::text_of(path) + "\xee";
+    const std::string before = text_of(path) + "\xee";
     boarddiag::command_output text{};
     ASSERT_TRUE(boarddiag::start_output("true", &text)); // a pipe
-    diagtest::new_client();                              // a socket
+    new_client();                                        // a socket
     EXPECT_EQ(lpctool_get(0, 100, 'b', pipe, dest), 0u);
     boarddiag::close_output(&text);
     EXPECT_EQ(got(before.size()), bytes(before.begin(), before.end()));
@@ -94,7 +91,7 @@ TEST_F(Broker, ToolsInheritNoDescriptor)
 TEST_F(Broker, ThatIsNotThereEndsTheProgram)
 {
     uint16_t port = sim_broker().port;
-    EXPECT_EXIT(ask(diagtest::start_client(port, every_ms)), testing::ExitedWithCode(255), "");
+    EXPECT_EXIT(ask(start_client(port, every_ms)), testing::ExitedWithCode(255), "");
 }
 
 TEST_F(Broker, SignalsInterruptNothing)
@@ -105,7 +102,7 @@ TEST_F(Broker, SignalsInterruptNothing)
     static std::atomic<int> ticks{0}; // which go on behind the test
     EXPECT_TRUE(register_timeout_calls(
         1, [](void *n) { static_cast<std::atomic<int> *>(n)->fetch_add(1); }, &ticks));
-    tool_info *tool = diagtest::start_client(
+    tool_info *tool = start_client(
         [](const request_view &request) { return std::vector{request.data + ",Success,2,424f"}; }, every_ms);
     set_verb_level(-1);
     for (int i = 0; i < 1000; i++) {

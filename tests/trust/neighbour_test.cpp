@@ -1,6 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-// Other users of the machine: what they put at a FIFO's path, before a call or in the middle of it, and texts
-// that a shell reads.
+// Other users of the machine: what they put at a FIFO's path, before a call or in the middle of it.
 
 #include "access/calls.h"
 
@@ -95,12 +94,4 @@ TEST_F(Neighbour, WhatTakesTheFifosPlaceBeforeItIsOpenedIsNotRead)
         EXPECT_EQ(fs::exists(fs::symlink_status(path)), !is_fifo);
         expect_good();
     }
-}
-
-TEST_F(Neighbour, TextsOfCallersReachTheShell)
-{
-    const std::string mark = board.root + "/mark", bus = "3;touch " + mark + ";:";
-    console_of([&] { i2ctool_get(bus.c_str(), 0x50, 0, &reg8_data8, 0, pipe, dest); });
-    EXPECT_TRUE(fs::exists(mark));
-    expect_good();
 }
