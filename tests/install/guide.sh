@@ -15,10 +15,10 @@ if [[ $2 == *\ * ]]; then
     trap 'rm -rf "$link"' EXIT
     : "${PKG_CONFIG_PATH:=}"
     above=$(dirname "$2")
-    ln -s "$above" "$link/work"
-    set -- "$1" "$link/work/$(basename "$2")" "${@:3}"
-    export HOME="${HOME//"$above"/$link/work}" PATH="${PATH//"$above"/$link/work}"
-    export PKG_CONFIG_PATH="${PKG_CONFIG_PATH//"$above"/$link/work}"
+    ln -s "$above" "$link/above"
+    set -- "$1" "$link/above/$(basename "$2")" "${@:3}"
+    export HOME="${HOME//"$above"/$link/above}" PATH="${PATH//"$above"/$link/above}"
+    export PKG_CONFIG_PATH="${PKG_CONFIG_PATH//"$above"/$link/above}"
 fi
 cd "$2"
 if [ $# -gt 2 ]; then
