@@ -112,12 +112,12 @@ TEST(Frame, RefusedRequestsChangeNothing)
     EXPECT_EQ(r.update(0, longest.c_str(), longest.c_str()), 0u);
     const std::string before = r.frame();
     EXPECT_EQ(before.size(), 60u + 3 * 255);
-    for (const auto &[told, dev_id, dev_name, type, count, support_count] : refusals) {
+    for (const auto &[message, dev_id, dev_name, type, count, support_count] : refusals) {
         r.record.count = count;
         r.record.support_count = support_count;
-        EXPECT_EQ(console_of([&] { EXPECT_EQ(r.update(type, dev_id, dev_name), DIAG_ERR_INVALID_ARG); }),
-                  error_line("update_request", told));
-        EXPECT_EQ(r.frame(), before) << told;
+        const auto update = [&r, t = type, i = dev_id, n = dev_name] { return r.update(t, i, n); };
+        EXPECT_EQ(told(DIAG_ERR_INVALID_ARG, update), error_line("update_request", message));
+        EXPECT_EQ(r.frame(), before) << message;
     }
     r.record.write_data = nullptr; // is missed when all else is stored
     EXPECT_EQ(r.update(BB_REQ_WRITE, "", ""), DIAG_ERR_INVALID_ARG);
