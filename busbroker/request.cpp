@@ -18,7 +18,6 @@ using boarddiag::outcome;
 
 namespace {
 
-constexpr uint8_t default_code = 28;
 constexpr uint8_t failure_bits = 0xfc;
 constexpr uint32_t max_identifier_len = 39; // callers hold identifiers in 40 bytes, terminator included
 constexpr uint32_t longest_sleep_ms = 500;
@@ -305,33 +304,6 @@ uint32_t &boarddiag::response_wake(tool_info *tool, uint32_t transac_id)
 bool boarddiag::is_exhausted(const busbroker_tx_node &request)
 {
     return request.send_count > boarddiag::max_vain_sends && request.countdown == 0;
-}
-
-void update_busbroker_req_fields(struct busbroker_req_resp *req, uint32_t addr, uint16_t count, uint8_t width,
-                                 uint8_t *data, uint8_t flags, int32_t req_type, uint8_t code,
-                                 const uint8_t *support_bytes, uint8_t support_count)
-{
-    if (req == nullptr) {
-        REPORT_ERROR(__func__, "NULL pointers received as inputs\n");
-        return;
-    }
-    req->addr = addr;
-    req->count = count;
-    req->width = width;
-    req->flags = flags;
-    req->resp_buf = req_type == BB_REQ_READ ? data : nullptr;
-    req->write_data = req_type == BB_REQ_WRITE ? data : nullptr;
-    req->code = req_type == BB_REQ_READ ? code : default_code;
-    const bool complete = support_bytes != nullptr && support_count != 0;
-    req->support_bytes = complete ? support_bytes : nullptr;
-    req->support_count = complete ? support_count : 0;
-    if (support_bytes == nullptr && support_count != 0) {
-        REPORT_TRACE(__func__, 3,
-                     "Support data length is not NULL but buffer pointer is NULL, "
-                     "Considering no support data");
-    } else if (support_bytes != nullptr && support_count == 0) {
-        REPORT_TRACE(__func__, 3, "Support data buffer is not NULL, but support data buffer is not empty\n");
-    }
 }
 
 uint32_t request_busbroker(struct busbroker_req_resp *req, struct tool_info *tool, const char *dev_id,

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-// Turns the parameters of a request into the record's texts, lengths and checksum.
+// Puts the parameters of a request into its record, and turns them into texts, lengths and a checksum.
 #include <cstdlib>
 #include <cstring>
 
@@ -9,6 +9,7 @@
 
 namespace {
 
+constexpr uint8_t default_code = 28;
 constexpr size_t max_dev_text = UINT8_MAX;
 constexpr uint32_t max_data_text = UINT16_MAX;
 constexpr uint32_t byte_text_length = 3;
@@ -72,6 +73,33 @@ uint32_t build_support(const char *function, busbroker_req_resp &req)
 }
 
 } // namespace
+
+void update_busbroker_req_fields(struct busbroker_req_resp *req, uint32_t addr, uint16_t count, uint8_t width,
+                                 uint8_t *data, uint8_t flags, int32_t req_type, uint8_t code,
+                                 const uint8_t *support_bytes, uint8_t support_count)
+{
+    if (req == nullptr) {
+        REPORT_ERROR(__func__, "NULL pointers received as inputs\n");
+        return;
+    }
+    req->addr = addr;
+    req->count = count;
+    req->width = width;
+    req->flags = flags;
+    req->resp_buf = req_type == BB_REQ_READ ? data : nullptr;
+    req->write_data = req_type == BB_REQ_WRITE ? data : nullptr;
+    req->code = req_type == BB_REQ_READ ? code : default_code;
+    const bool complete = support_bytes != nullptr && support_count != 0;
+    req->support_bytes = complete ? support_bytes : nullptr;
+    req->support_count = complete ? support_count : 0;
+    if (support_bytes == nullptr && support_count != 0) {
+        REPORT_TRACE(__func__, 3,
+                     "Support data length is not NULL but buffer pointer is NULL, "
+                     "Considering no support data");
+    } else if (support_bytes != nullptr && support_count == 0) {
+        REPORT_TRACE(__func__, 3, "Support data buffer is not NULL, but support data buffer is not empty\n");
+    }
+}
 
 void free_req_texts(struct busbroker_req_resp *req)
 {
