@@ -125,7 +125,7 @@ bool boarddiag::may_request(const char *function, tool_info *tool)
     if (!has_tool(function, tool)) {
         return false;
     }
-    const int32_t owner = std::atomic_ref(tool->tx_pid).load();
+    const int32_t owner = std::atomic_ref(tool->owner_pid).load();
     if (owner == 0 || owner == getpid()) {
         return true;
     }
@@ -147,6 +147,7 @@ queued boarddiag::queue_request(tool_info *tool, const busbroker_tx_node &reques
     pthread_mutex_lock(&tool->tx_mutex);
     const bool is_queued = append_locked(tool, node, call);
     const bool sends = is_queued && call != nullptr && is_transmitting(tool);
+    const bool awaits_first_tick = tool->aged == 0; // for which the transmit thread watches
     if (sends) {
         send_due_requests(tool);
     }
@@ -156,7 +157,7 @@ queued boarddiag::queue_request(tool_info *tool, const busbroker_tx_node &reques
         free(node);
         return queued::id_pending;
     }
-    if (!sends) {
+    if (!sends || awaits_first_tick) {
         wake_sleepers(tool->tx_wake);
     }
     diag_print(3, "Request queueing succesful\n");

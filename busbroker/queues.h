@@ -54,10 +54,16 @@ uint32_t file_answer(tool_info *tool, uint8_t status, uint32_t transac_id, uint8
 
 // ---- transmit.cpp ----
 
-/// Notes that the transmit thread of this `tool_info` has been started, by this process.
+/// Ticks come once a second at the latest: none in this time means that none comes at all.
+inline constexpr uint32_t longest_without_tick_ms = 1500;
+
+/// Notes that threads of this `tool_info` run in this process.
+void note_owner(tool_info *tool);
+
+/// The same, and that sock_tx_thread() is one of them.
 void note_transmitter(tool_info *tool);
 
-/// Whether it has been started.
+/// Whether sock_tx_thread() has been started.
 bool is_transmitting(tool_info *tool);
 
 /// One transmit pass: ages the queue when a tick came, then sends what is due. The caller holds `tx_mutex`.

@@ -21,7 +21,6 @@ namespace {
 constexpr uint8_t failure_bits = 0xfc;
 constexpr uint32_t max_identifier_len = 39; // callers hold identifiers in 40 bytes, terminator included
 constexpr uint32_t longest_sleep_ms = 500;
-constexpr int64_t longest_without_tick_ms = 1500;
 constexpr const char request_function[] = "request_busbroker";
 
 // Puts the frame of the filled record, and its length, into `request`.
@@ -114,7 +113,7 @@ constexpr const char no_thread_format[] = "The client has no transmit thread: re
     if (call->aged_ms == 0 || call->aged != tool->aged) {
         call->aged = tool->aged;
         call->aged_ms = now;
-    } else if (now - call->aged_ms >= longest_without_tick_ms) {
+    } else if (now - call->aged_ms >= boarddiag::longest_without_tick_ms) {
         std::atomic_ref(tool->has_told_no_tick).store(1);
         diag_print(
             0,

@@ -73,16 +73,43 @@ bool stands_aside(tool_info *tool, const busbroker_tx_node &node, const busbroke
     return call != nullptr && call->answered;
 }
 
+// Whoever waits for an answer notices by itself that no tick comes. For requests that nobody waits for the
+// transmit thread watches until the first tick: how long it may sleep, 0 for as long as nobody wakes it. The
+// caller holds tx_mutex.
+uint32_t watch_for_tick(tool_info *tool, int64_t *since_ms)
+{
+    if (tool->aged != 0 || tool->tx_queue == nullptr || tool->calls != nullptr ||
+        tool->has_told_no_tick != 0) {
+        *since_ms = 0;
+        return 0;
+    }
+    const int64_t now = boarddiag::now_ms();
+    *since_ms = *since_ms != 0 ? *since_ms : now;
+    if (now - *since_ms < boarddiag::longest_without_tick_ms) {
+        return boarddiag::longest_without_tick_ms;
+    }
+    diag_print(0, "No tick of a periodic timer comes: request %u is not sent again\n",
+               tool->tx_queue->transac_id);
+    std::atomic_ref(tool->has_told_no_tick).store(1);
+    return 0;
+}
+
 } // namespace
+
+void boarddiag::note_owner(tool_info *tool)
+{
+    std::atomic_ref(tool->owner_pid).store(getpid());
+}
 
 void boarddiag::note_transmitter(tool_info *tool)
 {
-    std::atomic_ref(tool->tx_pid).store(getpid());
+    note_owner(tool);
+    std::atomic_ref(tool->is_transmitting).store(1);
 }
 
 bool boarddiag::is_transmitting(tool_info *tool)
 {
-    return std::atomic_ref(tool->tx_pid).load() != 0;
+    return std::atomic_ref(tool->is_transmitting).load() != 0;
 }
 
 void boarddiag::send_due_requests(tool_info *tool)
@@ -120,12 +147,15 @@ void *sock_tx_thread(void *arg)
     diag_print(3, "Registering for timeout calls\n");
     register_timeout_calls(every_tick, timeout_update, tool);
     boarddiag::note_transmitter(tool);
-    for (;;) {
+    for (int64_t without_tick_since_ms = 0;;) {
         const uint32_t seen = boarddiag::wake_count(tool->tx_wake);
         pthread_mutex_lock(&tool->tx_mutex);
         boarddiag::send_due_requests(tool);
+        const uint32_t limit_ms = watch_for_tick(tool, &without_tick_since_ms);
         pthread_mutex_unlock(&tool->tx_mutex);
-        while (boarddiag::wake_count(tool->tx_wake) == seen) {
+        if (limit_ms != 0) {
+            boarddiag::sleep_on(tool->tx_wake, seen, limit_ms);
+        } else {
             boarddiag::sleep_on(tool->tx_wake, seen);
         }
     }

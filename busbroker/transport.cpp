@@ -225,8 +225,9 @@ const char *boarddiag::address_text(const sock_cfg &cfg, char (&text)[address_si
         return DIAG_ERR_INVALID_ARG;
     }
     bool started = create_thread(&tool->tx_thread, tx_attr, tx_start, tool) == 0;
-    if (started && tx_start == sock_tx_thread) {
-        boarddiag::note_transmitter(tool); // before a request or a fork() comes, whenever the thread runs
+    if (started) { // noted before a request or a fork() comes, whenever the thread runs
+        const auto note = tx_start == sock_tx_thread ? boarddiag::note_transmitter : boarddiag::note_owner;
+        note(tool);
     }
     started = started && create_thread(&tool->rx_thread, rx_attr, rx_start, tool) == 0;
     if (!started) {

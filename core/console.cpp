@@ -283,7 +283,8 @@ bool is_entered(const open_nodes *open, const xmlNode *node)
 // A reference stands for its entity alone, not for those that are declared behind it.
 const xmlNode *next_sibling(const xmlNode *node, const open_nodes *open)
 {
-    const bool is_referenced = open->count != 0 && open->nodes[open->count - 1]->type == XML_ENTITY_REF_NODE;
+    const bool is_referenced = open->count != 0 && node->type == XML_ENTITY_DECL &&
+                               open->nodes[open->count - 1]->type == XML_ENTITY_REF_NODE;
 
     return is_referenced ? nullptr : node->next;
 }

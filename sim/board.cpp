@@ -167,8 +167,8 @@ bool log_command(const board &b, const std::string &line)
 {
     std::string entry = line;
     for (char &c : entry) {
-        if (c == '\n') {
-            c = '?'; // one run, one line, whatever a path holds
+        if (is_control(c)) {
+            c = '?'; // one run, one line, whatever a path or a request holds
         }
     }
     entry += '\n';

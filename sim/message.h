@@ -11,6 +11,9 @@ inline constexpr int status_ok = 0;
 inline constexpr int status_device = 1; // the board, a device or the reader of a FIFO failed
 inline constexpr int status_usage = 2;  // the command line or a settings file is wrong; nothing was accessed
 
+/// Whether a character acts on a terminal in place of showing there.
+bool is_control(char c);
+
 /// Sets the name that stands before each message, which is the one whose --help tells more.
 void set_program(std::string_view name);
 

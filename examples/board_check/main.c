@@ -9,7 +9,7 @@
  *   board_check FOLDER BROKER
  *
  * FOLDER is where the FIFOs of the tools are made, /tmp when not given. BROKER is the XML configuration of
- * the bus broker; without it the devices are not reached through the broker.
+ * the bus broker; without it the devices are not reached through the broker. --help shows these lines.
  */
 #include <boarddiag.h>
 
@@ -79,9 +79,22 @@ static bool is_stopped(void)
     return wait_key_pressed(1) != -1;
 }
 
+static int show_usage(FILE *stream, int status)
+{
+    fputs("board_check\nboard_check FOLDER\nboard_check FOLDER BROKER\n", stream);
+    return status;
+}
+
 int main(int argc, char **argv)
 {
     int arch = 0;
+
+    if (argc > 1 && strcmp(argv[1], "--help") == 0) {
+        return show_usage(stdout, EXIT_SUCCESS);
+    }
+    if (argc > 3 || (argc > 1 && argv[1][0] == '-')) {
+        return show_usage(stderr, 2);
+    }
 
     snprintf(pipe_path, sizeof pipe_path, "%s/board_check_%d", argc > 1 ? argv[1] : "/tmp", (int)getpid());
     diag_system_init("board_check");

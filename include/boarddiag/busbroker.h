@@ -98,7 +98,8 @@ struct busbroker_req_resp {
 
 /* ---- Queue nodes, socket configuration and client (busbroker/queues, socket_cfg, transport) ---- */
 
-/** A request on a transmit queue. Guarded by the client's tx_mutex; made and released by the library. */
+/** A request on a transmit queue. Guarded by the client's tx_mutex; made by the library, or by a program on
+ *  the heap; released by the library. */
 struct busbroker_tx_node {
     char *frame;         /**< the ASCII frame; owned */
     uint32_t transac_id; /**< the request's transaction id */
@@ -124,7 +125,7 @@ struct sock_cfg {
     uint16_t max_sock_cnt;        /**< only kept for the program */
     uint8_t is_udp;               /**< 1: datagram socket, 0: stream socket */
     uint8_t is_ipv4;              /**< 1: IPv4, 0: IPv6 */
-    char ip[47];                  /**< dotted IPv4 address; may be empty where the socket connects */
+    char ip[47];                  /**< IPv4 address as inet_aton() takes it; may be empty to connect */
     uint16_t port;                /**< port, host order */
     struct sockaddr_in sock_addr; /**< where frames are sent; filled by create_socket() */
 };
@@ -169,10 +170,11 @@ struct tool_info {
     pthread_mutex_t rx_mutex;             /**< guards rx_queue and its nodes */
     uint8_t timeout_flag; /**< 1: a tick came; atomic, set by timeout_update(), cleared by a transmit pass */
     /* private fields of the library follow; all are valid when zero */
-    uint32_t tx_wake;  /**< private: raised when the transmit thread has work; it sleeps on this word */
-    int32_t tx_pid;    /**< private: the process whose transmit thread runs, 0 before; atomic */
-    uint32_t rx_reset; /**< private: 1: the receive thread is to drop what it has half read; atomic */
-    uint32_t aged;     /**< private: how often the transmit queue has aged; guarded by tx_mutex */
+    uint32_t tx_wake;        /**< private: raised when the transmit thread has work; it sleeps on this word */
+    int32_t owner_pid;       /**< private: the process whose threads run, 0 before; atomic */
+    uint32_t rx_reset;       /**< private: 1: the receive thread is to drop what it has half read; atomic */
+    uint32_t aged;           /**< private: how often the transmit queue has aged; guarded by tx_mutex */
+    uint8_t is_transmitting; /**< private: 1: sock_tx_thread() was started; atomic */
     uint8_t has_told_no_tick;     /**< private: 1: the lack of ticks was told; atomic */
     struct busbroker_call *calls; /**< private: the callers that wait; guarded by tx_mutex */
     uint32_t resp_wake[64]; /**< private: raised when a request is over; each caller sleeps on one of these
@@ -184,7 +186,8 @@ struct tool_info {
  *
  * Of the wire fields, all but tool_id, inst_id and transac_id are written anew; the data and support texts
  * that the record holds are released once the arguments are found good. Refused arguments leave the record as
- * it was; when memory runs out it holds what was built before, with lengths that fit.
+ * it was, but for a null write_data, which is missed when names and type are stored; when memory runs out it
+ * holds what was built before, with lengths that fit.
  *
  * @param req         the record, with its request parameters set; its flags and retry_ms are not read. `data`
  *                    and `support_data` must be null or on the heap before the call.
@@ -257,8 +260,8 @@ uint32_t calculate_crc(const struct busbroker_req_resp *req);
 uint32_t validate_busbroker_req_resp(const struct busbroker_req_resp *req) BOARDDIAG_CHECKED;
 
 /**
- * Tells a client of a tick of the periodic timer: sets its timeout flag and wakes its transmit thread when a
- * request is queued. The transmit thread registers it (register_timeout_calls(), every tick).
+ * Tells a client of a tick of the periodic timer: sets its timeout flag and wakes its transmit thread. That
+ * one thread registers it (register_timeout_calls(), every tick).
  *
  * @param tool the struct tool_info; null is ignored.
  *
@@ -307,7 +310,7 @@ uint32_t parse_socket_cfg(struct _xmlNode *parent, struct sock_cfg *cfg, uint8_t
  *                     bound; after a failed connect it stays open.
  * @param connect_flag non-zero connects to sock_addr, zero binds to it.
  * @return 0; #DIAG_ERR_INVALID_ARG when a pointer is null, the socket cannot be made, connected or bound,
- *         `ip` is not a dotted IPv4 address, or an IPv6 socket should be bound.
+ *         `ip` is not an IPv4 address as inet_aton() takes it, or an IPv6 socket should be bound.
  *
  * Thread-safe on different configurations.
  */
@@ -361,8 +364,9 @@ uint32_t create_sock_threads(const pthread_attr_t *tx_attr, const pthread_attr_t
 void *sock_tx_thread(void *tool);
 
 /**
- * The receive thread: hands each datagram to the client's rx_handler; after an error of the handler it resets
- * the receive machine. The first failed or empty receive ends the process with exit status -1 (255).
+ * The receive thread: hands each datagram to the client's rx_handler, whose result says nothing; a receive
+ * machine that it leaves in the state 65535 is reset. The first failed or empty receive ends the process with
+ * exit status -1 (255).
  *
  * @param tool the struct tool_info; a null one is reported and ends the thread.
  * @return null for a null client; otherwise it does not return.

@@ -145,7 +145,7 @@ TEST(Queues, EveryTickIsTakenAndAgesCountdowns)
 {
     tool_info *tool = new_client();
     EXPECT_EQ(create_thread(&tool->tx_thread, nullptr, sock_tx_thread, tool), 0u);
-    await([=] { return std::atomic_ref(tool->tx_pid) != 0; });
+    await([=] { return std::atomic_ref(tool->is_transmitting) != 0; });
     for (int tick = 0; tick < 3; tick++) { // with nothing queued
         timeout_update(tool);
         await([=] { return std::atomic_ref(tool->timeout_flag) == 0; });

@@ -96,6 +96,10 @@ TEST(Console, Trees)
     chain.back().type = XML_TEXT_NODE;
     chain.back().content = const_cast<xmlChar *>(root->name);
     EXPECT_EQ(console_of([&] { print_element(chain.data()); }), "node type: a = a\n");
+    chain[0].type = XML_ENTITY_REF_NODE; // made by hand, of texts in a list
+    chain[1].type = XML_TEXT_NODE;
+    chain[1].children = nullptr, chain[1].next = &chain.back();
+    EXPECT_EQ(console_of([&] { print_element(chain.data()); }), "= \n= a\n");
 }
 
 TEST(Console, CopiesFrontToBack)

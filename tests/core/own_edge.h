@@ -10,8 +10,7 @@ struct own_edge {
     int status;         /* of system() and pclose() */
     size_t answer_size; /* bytes that system() writes into the pipe of its command */
     char *text;         /* what popen() reads; null: it fails */
-    int pauses;
-    unsigned pause; /* the last one, in microseconds */
+    unsigned pause;     /* of the last pause, in microseconds */
 };
 
 #endif

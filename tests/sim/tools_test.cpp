@@ -106,7 +106,7 @@ TEST(Tools, TellOfWhatIsNotThereOrNotToBeOverwritten)
         {one_lpc_byte + plain, plain + no_reader + "Device not a stream"},
         {"i2ctool --no_data --bus=3 --addr=0x57",
          "no such device: i2c/3/0x57.bin: No such file or directory"},
-        {"i2ctool --no_data --bus=../i2c/3 --addr=0x50", "no such I2C bus: ../i2c/3"},
+        {"i2ctool --no_data --bus=$(printf '../\\033') --addr=0x50", "no such I2C bus: ../\\x1b"},
         {"i2ctool --no_data --bus=3 --addr=0x80", "no I2C address of 7 bits: 0x80"},
         {eeprom_write + "--reg=0xff --val=0x01,0x02",
          "i2c/3/0x50.bin holds 256 bytes; no 2 bytes from offset 0xff"},

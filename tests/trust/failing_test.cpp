@@ -262,7 +262,7 @@ TEST(FailingCalls, OfSocketsAndThreads)
               {"pthread_create.*", no_thread}}});
     }
 
-    tool->tx_pid = getpid(); // the caller itself sends
+    tool->is_transmitting = 1; // the caller itself sends
     const std::string queued = "Request queueing succesful\n";
     sweep({"request_busbroker",
            [tool] {
