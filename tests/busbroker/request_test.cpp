@@ -156,6 +156,7 @@ TEST(Request, RefusesAnIdThatIsPendingAndTheChildOfAFork)
     tool_info *own = new_client(); // with a transmit thread of the program's own
     const auto transmit = [](void *client) { return client; };
     EXPECT_EQ(create_sock_threads(nullptr, nullptr, own, transmit, sock_rx_thread, 0), 0u);
+    pthread_join(own->tx_thread, nullptr);
     EXPECT_EXIT(_exit(refused(send(tool, &req)) && refused(send(own, &req)) &&
                               refused(queue_tx_buf(tool, strdup("x"), 1, 0, 0, 9)) &&
                               refused(check_resp_buf(tool, 7, nullptr))

@@ -47,6 +47,6 @@ int pclose(FILE *stream)
 
 int usleep(useconds_t microseconds)
 {
-    own_edge.pause = microseconds;
+    __atomic_store_n(&own_edge.pause, microseconds, __ATOMIC_SEQ_CST); /* another thread looks */
     return 0;
 }
